@@ -1,0 +1,284 @@
+// Table list, hidden and system tables, Advanced and Administrator Mode,
+// and the table-level actions on the list.
+#include "app/tessaro.h"
+#include "ui_tessaro.h"
+
+#include "dialogs/listbuttonform.h"
+#include "dialogs/progressbarform.h"
+#include "storage/messagehandler.h"
+#include "storage/namingscheme.h"
+
+#include <QFile>
+#include <QSqlQuery>
+
+namespace {
+const char *const Settings = "settings";
+const char *const SettingsName = "RSTRINGFORMAT_tableName";
+const char *const SettingsIcon = "RSTRINGFORMAT_iconPath";
+const char *const IdColumn = "RINTEGERFORMAT_Id";
+} // namespace
+
+QIcon Tessaro::tableIcon(const QString &table)
+{
+    const QSqlRecord row = db->findRecord(Settings, SettingsName, table);
+    if (row.isEmpty())
+        return QIcon(":generalIcon");
+    QIcon icon;
+    icon.addFile(dbFolder + db->getFieldValue(Settings, row, SettingsIcon).toString(), QSize(), QIcon::Normal,
+                 QIcon::Off);
+    return icon;
+}
+
+void Tessaro::setTableHeader(const QString &table)
+{
+    ui->lbListName->setText(toDisplayTableName(table));
+    ui->lbListIcon->setPixmap(tableIcon(table).pixmap(100, 50));
+}
+
+void Tessaro::discardTableButtons()
+{
+    for (ListButtonForm *button : qAsConst(tableButtons)) {
+        ui->listButtonLayout->removeWidget(button);
+        delete button;
+    }
+    tableButtons.clear();
+}
+
+void Tessaro::discardFilterButtons()
+{
+    for (ListButtonForm *button : qAsConst(filterButtons)) {
+        ui->filtersButtonLayout->removeWidget(button);
+        delete button;
+    }
+    filterButtons.clear();
+}
+
+void Tessaro::clearRecordView()
+{
+    while (QLayoutItem *item = ui->datiLayout->takeAt(0)) {
+        delete item->widget();
+        delete item;
+    }
+}
+
+// Rebuilds the buttons from tableNames and pushes the first one.
+void Tessaro::rebuildTableButtons()
+{
+    discardTableButtons();
+    for (const QString &name : qAsConst(tableNames)) {
+        if (isSystemTable(name) && !techMode)
+            continue;
+        if (name.contains("HIDDENTABLE_") && !showHidden)
+            continue;
+        auto *button = new ListButtonForm(ui->tablesScrollContents);
+        tableButtons << button;
+        button->setName(name);
+        const QIcon icon = tableIcon(name);
+        button->setIcon(icon);
+        if (name == tableNames.first())
+            ui->lbListIcon->setPixmap(icon.pixmap(100, 50));
+        ui->listButtonLayout->addWidget(button);
+        connect(button, &ListButtonForm::changeList, this, &Tessaro::changeTable);
+    }
+    if (!tableButtons.isEmpty())
+        tableButtons.first()->pushed();
+}
+
+void Tessaro::showHiddenTable()
+{
+    tableNames = db->getTables();
+    showHidden = ui->actionShow_Hidden_Tables->isChecked();
+    rebuildTableButtons();
+}
+
+void Tessaro::enableTechMod()
+{
+    const bool before = techMode;
+    tableNames = db->getTables();
+    if (ui->actionTech_Mod->isChecked()) {
+        techMode = MessageHandler::current()->question(
+            "Nel Modo Avanzato è possibile danneggiare il Database. Abilitare il Modo Avanzato?");
+        if (!techMode)
+            ui->actionTech_Mod->setChecked(false);
+    } else {
+        techMode = false;
+    }
+    if (techMode != before)
+        rebuildTableButtons();
+}
+
+void Tessaro::administratorModeEnabled(bool on)
+{
+    adminMode = on;
+    for (QAction *action : {ui->actionNew_Db, ui->actionTable, ui->actionTech_Mod, ui->actionAdd_Field,
+                            ui->actionDeleteFilter, ui->actionRemove_Table, ui->actionDelete_All_Database,
+                            ui->actionShow_Hidden_Tables})
+        action->setVisible(on);
+}
+
+void Tessaro::removeTable()
+{
+    const QString text = QString::asprintf("Eliminare %s?", toDisplayTableName(currentTable).toUtf8().constData());
+    if (MessageHandler::current()->question(text))
+        dropCurrentTable(false);
+}
+
+void Tessaro::dropCurrentTable(bool silent)
+{
+    const QString table = currentTable;
+    if (!silent) {
+        // Subtable configurations of the table's SUBTABLE fields go with it.
+        QString owner = table;
+        const int hidden = owner.indexOf("HIDDENTABLE_");
+        if (hidden >= 0)
+            owner = owner.mid(hidden + int(strlen("HIDDENTABLE_")));
+        QStringList keys;
+        for (const QString &column : db->getFieldNames(table)) {
+            if (column.contains("SUBTABLEFORMAT"))
+                keys << owner + column.section("SUBTABLEFORMAT", 1);
+        }
+        if (!keys.isEmpty()) {
+            QList<int> doomed;
+            const int rows = db->countRecords("subtablesconfigs");
+            for (int i = 0; i < rows; ++i) {
+                const QSqlRecord row = db->getRecordAt("subtablesconfigs", i);
+                const QString name = row.value(1).toString();
+                for (const QString &key : qAsConst(keys)) {
+                    if (name.contains(key)) {
+                        doomed << row.value(0).toInt();
+                        break;
+                    }
+                }
+            }
+            for (int id : qAsConst(doomed))
+                db->deleteRecord("subtablesconfigs", id);
+        }
+    }
+
+    db->dropTable(table);
+
+    if (!silent) {
+        const QSqlRecord row = db->findRecord(Settings, SettingsName, table);
+        if (!row.isEmpty())
+            db->deleteRecord(Settings, db->getFieldValue(Settings, row, IdColumn).toInt());
+    }
+
+    tableNames.removeAll(table);
+    for (int i = 0; i < tableButtons.size(); ++i) {
+        if (tableButtons.at(i)->tableName() == table) {
+            ListButtonForm *button = tableButtons.takeAt(i);
+            ui->listButtonLayout->removeWidget(button);
+            delete button;
+            break;
+        }
+    }
+
+    // The second remaining table becomes current; with one left, none does.
+    if (tableNames.size() < 2)
+        return;
+    currentTable = tableNames.at(1);
+    changeTable(currentTable);
+}
+
+void Tessaro::deleteAll()
+{
+    if (!MessageHandler::current()->question("Eliminare tutte le tabelle?"))
+        return;
+
+    progress->setWindowTitle("Eliminazione in corso");
+    progress->setValue(0);
+    progress->show();
+    const int total = tableButtons.size() + tableNames.size() + filterButtons.size() + 4;
+    const QStringList names = tableNames;
+    for (int i = 0; i < names.size(); ++i) {
+        progress->setLabel(names.at(i));
+        currentTable = names.at(i);
+        dropCurrentTable(true);
+        reportProgress(i, total);
+    }
+    tableNames.clear();
+    progress->setLabel("Elaborazione");
+    discardTableButtons();
+    discardFilterButtons();
+    ensureSystemTables();
+    ui->userListWidget->clear();
+    clearRecordView();
+    ui->lbViewInfo->setText("----");
+    ui->lbListName->setText("----");
+    progress->hide();
+}
+
+void Tessaro::copyIconToDataFolder(const QString &file, QString *storedPath)
+{
+    const QString name = file.section('/', -1);
+    // Never overwrites: a file of that name already there is kept.
+    QFile::copy(file, QString::asprintf("%s/%s", dbDataPath.toUtf8().constData(), name.toUtf8().constData()));
+    *storedPath = QString::asprintf("%s/%s", "DB_DATA", name.toUtf8().constData());
+}
+
+void Tessaro::changeTableIcon()
+{
+    const QString file = MessageHandler::current()->openFileName(this, "Open File", "/home",
+                                                                 "Images (*.png *.jpg *.jpeg *.bmp *.tif)");
+    // A cancelled dialog still goes on and stores "DB_DATA/" as the icon path.
+    QString stored;
+    copyIconToDataFolder(file, &stored);
+    QString quotedPath = stored;
+    quotedPath.replace("'", "''");
+
+    const QSqlRecord row = db->findRecord(Settings, SettingsName, currentTable);
+    if (!row.isEmpty()) {
+        db->updateField(Settings, db->getFieldValue(Settings, row, IdColumn).toInt(), SettingsIcon, quotedPath);
+    } else {
+        const int rows = db->countRecords(Settings);
+        FieldValueList fields;
+        fields << FieldValue(IdColumn, QString(QChar((rows + 1) % 256)))
+               << FieldValue(SettingsName, currentTable) << FieldValue(SettingsIcon, quotedPath);
+        insertRecord(Settings, fields, false);
+    }
+    rebuildTableButtons();
+}
+
+void Tessaro::changeTable(const QString &table)
+{
+    setTableHeader(table);
+    currentTable = table;
+}
+
+void Tessaro::hideShowList(bool on)
+{
+    ui->listFrame->setVisible(on);
+}
+
+bool Tessaro::createNamedTable(const QString &table, const QList<ColumnDefinition> &columns)
+{
+    if (db->tableExists(table)) {
+        MessageHandler::current()->warning(QString::asprintf(
+            "ERRORE: Il nome '%s' è già stato usato per una tabella.\n", toDisplayTableName(table).toUtf8().constData()));
+        return false;
+    }
+    return db->createTable(table, columns);
+}
+
+void Tessaro::ensureSystemTables()
+{
+    const QList<QPair<QString, QList<ColumnDefinition>>> systemTables = {
+        {"settings", {{"RSTRINGFORMAT_tableName", "text"}, {"RSTRINGFORMAT_iconPath", "text"}}},
+        {"filters",
+         {{"RSTRINGFORMAT_filterName", "text"},
+          {"NSTRINGFORMAT_filterTableName", "text"},
+          {"NSTRINGFORMAT_filterFieldName", "text"},
+          {"NSTRINGFORMAT_filterFieldValue", "text"},
+          {"NSTRINGFORMAT_filterFieldType", "text"},
+          {"NSTRINGFORMAT_filterFieldCondition", "text"},
+          {"NSTRINGFORMAT_filterFieldConditionAndOr", "text"}}},
+        {"subtablesconfigs",
+         {{"RSTRINGFORMAT_subConfigName", "text"},
+          {"NSTRINGFORMAT_subConfigFieldName", "text"},
+          {"NSTRINGFORMAT_subConfigFieldType", "text"}}},
+    };
+    for (const auto &table : systemTables) {
+        if (!db->tableExists(table.first))
+            createNamedTable(table.first, table.second);
+    }
+}

@@ -1,0 +1,351 @@
+#include "app/tessaro.h"
+#include "ui_tessaro.h"
+
+#include "app/resources.h"
+#include "dialogs/aboutform.h"
+#include "dialogs/choosenameform.h"
+#include "dialogs/listbuttonform.h"
+#include "dialogs/progressbarform.h"
+#include "storage/messagehandler.h"
+#include "storage/namingscheme.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QEventLoop>
+#include <QFile>
+#include <QStyleFactory>
+#include <QTextStream>
+#include <cmath>
+
+namespace {
+const char *const WindowTitle = "DB Administration Tool";
+const char *const LastDbFile = "lastDb.dat";
+const char *const LockFile = "lockDb.dat";
+} // namespace
+
+Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
+{
+    loadTessaroResources();
+    ui->setupUi(this);
+    aboutForm = new AboutForm(this);
+
+    if (QStyle *style = QStyleFactory::create("windowsvista"))
+        QApplication::setStyle(style);
+    setWindowTitle(WindowTitle);
+
+    // Signal-to-slot connections, in the order of the menus and pages.
+    connect(ui->actionOpen_Db, &QAction::triggered, this, &Tessaro::openDb);
+    connect(ui->actionNew_Db, &QAction::triggered, this, &Tessaro::newDb);
+    connect(ui->actionRemove_Table, &QAction::triggered, this, &Tessaro::removeTable);
+    connect(ui->actionTech_Mod, &QAction::triggered, this, &Tessaro::enableTechMod);
+    connect(ui->actionShow_Hidden_Tables, &QAction::triggered, this, &Tessaro::showHiddenTable);
+    connect(ui->actionAdministrator_Mode, &QAction::triggered, this, &Tessaro::administratorModeEnabled);
+    connect(ui->actionChange_Table_Icon, &QAction::triggered, this, &Tessaro::changeTableIcon);
+    connect(ui->actionTool, &QAction::triggered, this, &Tessaro::about);
+    connect(ui->actionDelete_All_Database, &QAction::triggered, this, &Tessaro::deleteAll);
+    connect(ui->actionExit, &QAction::triggered, this, &Tessaro::close);
+    connect(ui->pbHideList, &QPushButton::clicked, this, &Tessaro::hideShowList);
+    connect(ui->pbDbName, &QPushButton::clicked, this, &Tessaro::showDbPath);
+
+    // Scroll areas get a filled background; run-time widgets stack from the top.
+    for (QScrollArea *area : {ui->datiScroll, ui->inputScrollArea, ui->filterScrollArea, ui->newElementScroll}) {
+        QPalette palette = area->palette();
+        palette.setColor(QPalette::Window, palette.color(QPalette::Base));
+        area->setPalette(palette);
+        area->setAutoFillBackground(true);
+    }
+    for (QLayout *layout : {static_cast<QLayout *>(ui->listButtonLayout), static_cast<QLayout *>(ui->filtersButtonLayout),
+                            static_cast<QLayout *>(ui->datiLayout), static_cast<QLayout *>(ui->inputLayout),
+                            static_cast<QLayout *>(ui->filterLayout), static_cast<QLayout *>(ui->newTableLayout),
+                            static_cast<QLayout *>(ui->calcLayout)})
+        layout->setAlignment(Qt::AlignTop);
+
+    QToolBar *bar = ui->mainToolBar;
+    bar->addActions({ui->actionNew_Db, ui->actionOpen_Db});
+    bar->addSeparator();
+    bar->addActions({ui->actionTable, ui->actionAdd_Field, ui->actionRemove_Table, ui->actionChange_Table_Icon,
+                     ui->actionDeleteFilter});
+    bar->addSeparator();
+    bar->addActions({ui->actionClear_Selected_List, ui->actionClear_All_Tables});
+    bar->addSeparator();
+    bar->addActions({ui->actionExport_To_File, ui->actionExport_Selected_Record_To_File_txt});
+    bar->addSeparator();
+    bar->addActions({ui->actionExport_All_Tables_Structures, ui->actionExport_Selected_Tables_Structure,
+                     ui->actionImport_Table_Structure});
+    bar->addSeparator();
+    bar->addActions({ui->actionExport, ui->actionExport_Selected_Record_To_File,
+                     ui->actionImport_From_File_Trasvo_File, ui->actionAutoExportAll});
+    bar->addSeparator();
+    bar->addAction(ui->actionExit);
+    bar->addSeparator();
+    bar->addAction(ui->actionTool);
+
+    ui->pbReturn->hide();
+    ui->leDbName->hide();
+    ui->bbNewTable->button(QDialogButtonBox::Ok)->setDefault(true);
+
+    nameForm = new chooseNameForm(this);
+    nameForm->hide();
+
+    setReadOnly(false);
+
+    const struct {
+        QAction *action;
+        const char *text;
+        const char *tip;
+    } actionTexts[] = {
+        {ui->actionOpen_Db, "Apri Db", "Apri Db"},
+        {ui->actionNew_Db, "Nuovo Db", "Nuovo Db"},
+        {ui->actionTable, "Crea Tabella", "Crea Nuova Tabella"},
+        {ui->actionAdd_Field, "Aggiungi Campo", "Aggiungi un campo alla tabella selezionata"},
+        {ui->actionDeleteFilter, "Elimina filtro", "Elimina il filtro attivo"},
+        {ui->actionRemove_Table, "Elimina Tabella", "Elimina la tabella selezionata"},
+        {ui->actionTech_Mod, "Modo Avanzato", "Modo Avanzato"},
+        {ui->actionShow_Hidden_Tables, "Mostra Tabelle Nascoste", "Mostra le tabella nascoste"},
+        {ui->actionAdministrator_Mode, "Modo Amministratore", "Modo Amministratore"},
+        {ui->actionExport, "Esporta su file (Trasvo File)", "Esporta su file (Trasvo File)"},
+        {ui->actionExport_Selected_Record_To_File, "Esporta Record su file (Trasvo File)",
+         "Esporta il Record Selezionato su file (Trasvo File)"},
+        {ui->actionExport_Selected_Record_To_File_txt, "Esporta Record su file (Formato Leggibile)",
+         "Esporta il Record Selezionato su file (Formato Leggibile)"},
+        {ui->actionExport_To_File, "Esporta su file (Tabella leggibile)", "Esporta su file (Tabella leggibile)"},
+        {ui->actionAutoExportAll, "Esporta Tutto (Trasvo File)", "Esporta tutte le tabelle (Trasvo File)"},
+        {ui->actionExport_All_Tables_Structures, "Esporta Strutture", "Esporta tutte le Strutture Tabella"},
+        {ui->actionExport_Selected_Tables_Structure, "Esporta Struttura Tabella",
+         "Esporta la Struttura Tabella selezionata"},
+        {ui->actionClear_Selected_List, "Pulisci La Tabella Selezionata", "Pulisci la tabella selezionata"},
+        {ui->actionClear_All_Tables, "Pulisci Database", "Cancella tutti i dati del database"},
+        {ui->actionImport_From_File_Trasvo_File, "Importa da File (Trasvo File)", "Importa da File (Trasvo File)"},
+        {ui->actionImport_Table_Structure, "Importa Strutture", "Importa strutture di tabelle"},
+        {ui->actionChange_Table_Icon, "Cambia Icona Tabella", "Cambia l'icona della tabella"},
+        {ui->actionExit, "Chiudi", "Chiudi il programma"},
+        {ui->actionTool, "Info", "Info"},
+        {ui->actionDelete_All_Database, "Elimina Tutte Le Tabelle", "Elimina tutte le tabelle dal database"},
+    };
+    for (const auto &t : actionTexts) {
+        t.action->setText(QString::fromUtf8(t.text));
+        t.action->setToolTip(QString::fromUtf8(t.tip));
+    }
+    const struct {
+        QAbstractButton *button;
+        const char *text;
+        const char *tip;
+    } buttonTexts[] = {
+        {ui->pbNext, "Prossimo", "Prossimo Record"},
+        {ui->pbPrev, "Precedente", "Record Precedente"},
+        {ui->pbNewUser, "Aggiungi", "Aggiungi un nuovo Record"},
+        {ui->pbFilter, "Filtri", "Filtri"},
+        {ui->pbDeleteUser, "Elimina", "Elimina Record"},
+        {ui->pbSaveNewUser, "Salva", "Salva Record"},
+        {ui->pbSaveFilters, "Attiva", "Attiva Filtri"},
+        {ui->pbResetFilters, "Resetta", "Resetta i Filtri"},
+        {ui->pbEditUser, "Modifica", "Modifica Record"},
+        {ui->pbCancelEdit, "Annulla", "Annulla"},
+        {ui->pbCancelFilters, "Annulla", "Annulla"},
+        {ui->pbIconImage, "Aggiungi/Visualizza", "Aggiungi/Visualizza l' Icona della tabella"},
+        {ui->pbReturn, "Ritorna", "Ritorna"},
+        {ui->pbHideList, "Mostra Lista", "Mostra la Lista"},
+        {ui->pbDbName, "Nessun DataBase Caricato", "Clicca per vedere il path del Db"},
+        {ui->pbFiltersPage, "Filtri Salvati", "Vai alla pagina dei filtri salvati"},
+        {ui->pbNewFilter, "Salva Filtro", "Salva Filtro con nome"},
+        {ui->pbCalc, "Calcolatore", "Vai alla pagina di calcolo"},
+        {ui->pbResult, "Ricalcola", "Ricalcola il risultato"},
+        {ui->pbExitCalc, "Ritorna", "Ritorna"},
+    };
+    for (const auto &t : buttonTexts) {
+        t.button->setText(QString::fromUtf8(t.text));
+        t.button->setToolTip(QString::fromUtf8(t.tip));
+    }
+    ui->pbUserNext->setToolTip("Vai al prossimo");
+    ui->pbUserPrev->setToolTip("Torna al precedente");
+    ui->pbSort->setToolTip("Ordina per nome o inserimento");
+    ui->lbTableName->setText("Nome Tabella");
+    ui->lbIcon->setText("Icona");
+    ui->lbSearch->setText("Cerca");
+    ui->cbHiddenTable->setText("Tabella Nascosta");
+    ui->menuNew->setTitle("File");
+    ui->menuOptions->setTitle("Opzioni");
+    ui->menu->setTitle("About");
+    ui->lbEdit->setText("Modifica");
+    ui->lbFilter->setText("Filtri");
+
+    progress = new progressBarForm(this);
+    progress->setWindowModality(Qt::ApplicationModal);
+    progress->hide();
+    ui->pbFilter->setIcon(QIcon(":ledOffIcon"));
+    currentId = 0;
+    currentRow = 0;
+    ui->sWControls->setCurrentWidget(ui->tablesPage);
+    adminMode = false;
+    showHidden = false;
+    techMode = false;
+    ui->actionTech_Mod->setChecked(false);
+    // Administrator Mode starts off, so its actions start hidden.
+    administratorModeEnabled(false);
+    aboutForm->setWindowTitle("About");
+    aboutForm->setType(WindowTitle);
+    aboutForm->setVersion("4.4.5");
+    aboutForm->setAutor("Gli sviluppatori di Tessaro");
+
+    db = new DbConnection;
+
+    QFile last(LastDbFile);
+    if (last.open(QIODevice::ReadWrite | QIODevice::Text)) {
+        const QString line = QString::fromUtf8(last.readLine()).remove('\n');
+        last.close();
+        loadDb(line);
+    }
+
+    refreshTableList(false);
+}
+
+Tessaro::~Tessaro()
+{
+    if (!readOnly) {
+        QFile lock(LockFile);
+        if (lock.open(QIODevice::ReadWrite)) {
+            lock.close();
+            lock.remove();
+        }
+    }
+    discardTableButtons();
+    discardFilterButtons();
+    delete db;
+    delete ui;
+}
+
+void Tessaro::newDb()
+{
+    chooseAndOpenDb(true);
+}
+
+void Tessaro::openDb()
+{
+    chooseAndOpenDb(false);
+}
+
+void Tessaro::chooseAndOpenDb(bool create)
+{
+    MessageHandler *handler = MessageHandler::current();
+    const QString caption = tr("Open File");
+    dbPath = create ? handler->saveFileName(this, caption, "/home", "DataBase (*.db)")
+                    : handler->openFileName(this, caption, "/home", "DataBase (*.db)");
+    if (dbPath.isEmpty())
+        return;
+
+    QFile last(LastDbFile);
+    if (last.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        last.write(dbPath.toUtf8());
+        last.close();
+    }
+    discardTableButtons();
+    loadDb(dbPath);
+    refreshTableList(true);
+}
+
+void Tessaro::showDbPath(bool on)
+{
+    ui->leDbName->setVisible(on);
+}
+
+void Tessaro::loadDb(const QString &path)
+{
+    if (!db->openDb(path))
+        return;
+
+    discardTableButtons();
+    currentTable.clear();
+    ui->userListWidget->clear();
+    ui->lbViewInfo->clear();
+    ui->lbListIcon->clear();
+
+    const int slash = path.lastIndexOf('/');
+    dbPath = path;
+    dbFolder = slash >= 1 ? path.left(slash) + "/" : QString();
+    ui->leDbName->setText(path);
+    dbFileName = path.mid(slash + 1);
+    ui->pbDbName->setText(dbFileName);
+
+    tablesDocPath = dbFolder + "TABLES_DOC";
+    dbDataPath = dbFolder + "DB_DATA";
+    QDir().mkpath(tablesDocPath.isEmpty() ? QString("TABLES_DOC") : tablesDocPath);
+    QDir().mkpath(dbDataPath);
+
+    tableNames = db->getTables();
+}
+
+void Tessaro::refreshTableList(bool skipLockCheck)
+{
+    if (!skipLockCheck) {
+        QFile lock(LockFile);
+        if (lock.open(QIODevice::ReadWrite)) {
+            const QByteArray first = lock.readLine();
+            if (first.contains("Locked"))
+                setReadOnly(true);
+            else
+                lock.write("Locked");
+            lock.close();
+        }
+    }
+
+    rebuildTableButtons();
+
+    QString first;
+    for (const QString &name : qAsConst(tableNames)) {
+        if (!isSystemTable(name) && !name.contains("HIDDENTABLE_")) {
+            first = name;
+            break;
+        }
+    }
+    currentTable = first;
+    ui->lbListName->setText(toDisplayTableName(currentTable));
+
+    ensureSystemTables();
+
+    if (tableNames.size() > 1 && !currentTable.isEmpty())
+        setTableHeader(currentTable);
+}
+
+void Tessaro::setReadOnly(bool on)
+{
+    readOnly = on;
+    if (on)
+        setWindowTitle(QString(WindowTitle) + " - READONLY");
+
+    const QList<QWidget *> buttons = {ui->pbNewUser, ui->pbEditUser, ui->pbDeleteUser, ui->pbNewFilter};
+    const QList<QAction *> actions = {
+        ui->actionAdministrator_Mode, ui->actionNew_Db, ui->actionTable, ui->actionAdd_Field,
+        ui->actionRemove_Table, ui->actionChange_Table_Icon, ui->actionDeleteFilter, ui->actionClear_Selected_List,
+        ui->actionClear_All_Tables, ui->actionExport_To_File, ui->actionExport_All_Tables_Structures,
+        ui->actionExport_Selected_Tables_Structure, ui->actionImport_Table_Structure, ui->actionExport,
+        ui->actionExport_Selected_Record_To_File, ui->actionExport_Selected_Record_To_File_txt,
+        ui->actionImport_From_File_Trasvo_File, ui->actionAutoExportAll, ui->actionDelete_All_Database};
+    for (QWidget *button : buttons)
+        button->setEnabled(!on);
+    for (QAction *action : actions)
+        action->setEnabled(!on);
+    // Open, Exit and Info stay usable in both modes.
+    for (QAction *action : {ui->actionOpen_Db, ui->actionExit, ui->actionTool})
+        action->setEnabled(true);
+}
+
+void Tessaro::about()
+{
+    aboutForm->setModal(true);
+    aboutForm->show();
+}
+
+void Tessaro::reportProgress(int step, int total)
+{
+    const double ratio = double(step) / double(total) * 100.0;
+    const int value = std::isfinite(ratio) ? int(ratio) : 0;
+    // Pump events when the bar moves or every few tens of milliseconds, so that
+    // long loops stay responsive without spending their time repainting.
+    if (value == lastProgressValue && progressPump.isValid() && progressPump.elapsed() < 40)
+        return;
+    lastProgressValue = value;
+    progressPump.start();
+    progress->setValue(value);
+    QEventLoop loop;
+    loop.processEvents();
+}

@@ -1,0 +1,108 @@
+#ifndef TESSARO_H
+#define TESSARO_H
+
+#include "records/fieldvaluelist.h"
+#include "storage/dbconnection.h"
+
+#include <QElapsedTimer>
+#include <QIcon>
+#include <QMainWindow>
+
+namespace Ui {
+class Tessaro;
+}
+class AboutForm;
+class chooseNameForm;
+class progressBarForm;
+class ListButtonForm;
+
+// The main window and the program's one controller: it owns the database
+// connection, every page, the dialogs and the widgets made at run time.
+// Its slots are defined in one file per subsystem folder.
+class Tessaro : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    explicit Tessaro(QWidget *parent = nullptr);
+    ~Tessaro() override;
+
+    // Database session
+    QString dbPath;
+    QString dbFolder; // folder of the database file, with a trailing "/"
+    QString dbFileName;
+    QString tablesDocPath; // dbFolder + "TABLES_DOC"
+    QString dbDataPath;    // dbFolder + "DB_DATA"
+    QStringList tableNames;
+    QString currentTable;
+    bool readOnly = false;
+
+    // Modes (never stored; off at every start)
+    bool techMode = false;      // Advanced Mode
+    bool showHidden = false;    // copy of actionShow_Hidden_Tables at each rebuild
+    bool adminMode = false;     // Administrator Mode
+
+    // Current record
+    int currentId = 0;
+    int currentRow = 0;
+
+    DbConnection *connection() const { return db; }
+    const QList<ListButtonForm *> &tableButtonList() const { return tableButtons; }
+
+    // Table-level operations used by several subsystems
+    QIcon tableIcon(const QString &table);
+    void dropCurrentTable(bool silent);
+    bool createNamedTable(const QString &table, const QList<ColumnDefinition> &columns);
+    void ensureSystemTables();
+    void reportProgress(int step, int total);
+    void copyIconToDataFolder(const QString &file, QString *storedPath);
+
+    // Record saving (records/recordslots.cpp)
+    int insertRecord(const QString &table, FieldValueList fields, bool importing);
+    bool updateRecord(int id, const FieldValueList &fields);
+    bool showDuplicateError = true;
+
+public slots:
+    // Session (app/tessaro.cpp)
+    void newDb();
+    void openDb();
+    void showDbPath(bool on);
+    void loadDb(const QString &path);
+    void refreshTableList(bool skipLockCheck);
+    void setReadOnly(bool on);
+    void about();
+
+    // Table list and modes (app/tablelistslots.cpp)
+    void showHiddenTable();
+    void enableTechMod();
+    void administratorModeEnabled(bool on);
+    void removeTable();
+    void deleteAll();
+    void changeTableIcon();
+    void changeTable(const QString &table);
+    void hideShowList(bool on);
+
+    // Record list, search and navigation (app/recordlistslots.cpp)
+    void changeToUsersPage();
+    void vwRecord(int id);
+
+private:
+    void chooseAndOpenDb(bool create);
+    void rebuildTableButtons();
+    void discardTableButtons();
+    void discardFilterButtons();
+    void clearRecordView();
+    void setTableHeader(const QString &table);
+
+    Ui::Tessaro *ui;
+    DbConnection *db = nullptr;
+    AboutForm *aboutForm = nullptr;
+    chooseNameForm *nameForm = nullptr;
+    progressBarForm *progress = nullptr;
+    QList<ListButtonForm *> tableButtons;
+    QList<ListButtonForm *> filterButtons;
+    QElapsedTimer progressPump;
+    int lastProgressValue = -1;
+};
+
+#endif // TESSARO_H

@@ -1,0 +1,46 @@
+#include "dialogs/listbuttonform.h"
+#include "ui_listbuttonform.h"
+
+#include "storage/namingscheme.h"
+
+ListButtonForm::ListButtonForm(QWidget *parent) : QWidget(parent), ui(new Ui::ListButtonForm)
+{
+    ui->setupUi(this);
+    connect(ui->pbTable, &QPushButton::clicked, this, &ListButtonForm::pushed);
+}
+
+ListButtonForm::~ListButtonForm()
+{
+    delete ui;
+}
+
+void ListButtonForm::setName(const QString &tableName)
+{
+    name = tableName;
+    ui->lbName->setText(toDisplayTableName(tableName));
+}
+
+void ListButtonForm::setNameAndFilter(const QString &table, const QString &filter)
+{
+    filterPair = qMakePair(table, filter);
+    ui->lbName->setText(toDisplayTableName(table));
+    filterMode = true;
+}
+
+void ListButtonForm::setIcon(const QIcon &icon)
+{
+    ui->pbTable->setIcon(icon);
+}
+
+QString ListButtonForm::labelText() const
+{
+    return ui->lbName->text();
+}
+
+void ListButtonForm::pushed()
+{
+    if (!filterMode)
+        emit changeList(name);
+    else
+        emit changeListAndFilter(filterPair.first, filterPair.second);
+}

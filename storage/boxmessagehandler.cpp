@@ -1,0 +1,65 @@
+#include "storage/boxmessagehandler.h"
+
+#include <QFileDialog>
+#include <QMessageBox>
+
+namespace {
+MessageHandler *installedHandler = nullptr;
+}
+
+MessageHandler::~MessageHandler() = default;
+
+MessageHandler *MessageHandler::current()
+{
+    static BoxMessageHandler boxes;
+    return installedHandler ? installedHandler : &boxes;
+}
+
+void MessageHandler::install(MessageHandler *handler)
+{
+    installedHandler = handler;
+}
+
+void BoxMessageHandler::warning(const QString &text)
+{
+    QMessageBox box;
+    box.setIcon(QMessageBox::Warning);
+    box.setText(text);
+    box.exec();
+}
+
+void BoxMessageHandler::information(const QString &text)
+{
+    QMessageBox box;
+    box.setIcon(QMessageBox::Information);
+    box.setText(text);
+    box.exec();
+}
+
+bool BoxMessageHandler::question(const QString &text)
+{
+    QMessageBox box;
+    box.setIcon(QMessageBox::Warning);
+    box.setText(text);
+    box.addButton(QMessageBox::No);
+    box.addButton(QMessageBox::Yes);
+    return box.exec() == QMessageBox::Yes;
+}
+
+QString BoxMessageHandler::openFileName(QWidget *parent, const QString &caption, const QString &dir,
+                                        const QString &filter)
+{
+    return QFileDialog::getOpenFileName(parent, caption, dir, filter);
+}
+
+QStringList BoxMessageHandler::openFileNames(QWidget *parent, const QString &caption,
+                                             const QString &dir, const QString &filter)
+{
+    return QFileDialog::getOpenFileNames(parent, caption, dir, filter);
+}
+
+QString BoxMessageHandler::saveFileName(QWidget *parent, const QString &caption, const QString &dir,
+                                        const QString &filter)
+{
+    return QFileDialog::getSaveFileName(parent, caption, dir, filter);
+}

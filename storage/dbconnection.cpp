@@ -1,0 +1,412 @@
+#include "storage/dbconnection.h"
+
+#include "storage/messagehandler.h"
+
+#include <QRegularExpression>
+#include <QSet>
+#include <QSqlError>
+#include <QSqlQuery>
+
+namespace {
+
+const char *const IdColumn = "RINTEGERFORMAT_Id";
+const char *const RepeatMarker = "_XMLTYX_";
+const char *const ProbeConnection = "tessaro_probe";
+
+// printf-style statements take their texts as UTF-8.
+QByteArray u8(const QString &text)
+{
+    return text.toUtf8();
+}
+
+QString normalized(const QString &text)
+{
+    return text.toLower().simplified();
+}
+
+void warn(const QString &text)
+{
+    MessageHandler::current()->warning(text);
+}
+
+// Words SQLite will not take as a bare name.
+const QSet<QString> &sqlKeywords()
+{
+    static const QSet<QString> words = {
+        "ABORT", "ACTION", "ADD", "AFTER", "ALL", "ALTER", "ALWAYS", "ANALYZE", "AND", "AS", "ASC",
+        "ATTACH", "AUTOINCREMENT", "BEFORE", "BEGIN", "BETWEEN", "BY", "CASCADE", "CASE", "CAST",
+        "CHECK", "COLLATE", "COLUMN", "COMMIT", "CONFLICT", "CONSTRAINT", "CREATE", "CROSS",
+        "CURRENT", "CURRENT_DATE", "CURRENT_TIME", "CURRENT_TIMESTAMP", "DATABASE", "DEFAULT",
+        "DEFERRABLE", "DEFERRED", "DELETE", "DESC", "DETACH", "DISTINCT", "DO", "DROP", "EACH",
+        "ELSE", "END", "ESCAPE", "EXCEPT", "EXCLUDE", "EXCLUSIVE", "EXISTS", "EXPLAIN", "FAIL",
+        "FILTER", "FIRST", "FOLLOWING", "FOR", "FOREIGN", "FROM", "FULL", "GENERATED", "GLOB",
+        "GROUP", "GROUPS", "HAVING", "IF", "IGNORE", "IMMEDIATE", "IN", "INDEX", "INDEXED",
+        "INITIALLY", "INNER", "INSERT", "INSTEAD", "INTERSECT", "INTO", "IS", "ISNULL", "JOIN",
+        "KEY", "LAST", "LEFT", "LIKE", "LIMIT", "MATCH", "MATERIALIZED", "NATURAL", "NO", "NOT",
+        "NOTHING", "NOTNULL", "NULL", "NULLS", "OF", "OFFSET", "ON", "OR", "ORDER", "OTHERS",
+        "OUTER", "OVER", "PARTITION", "PLAN", "PRAGMA", "PRECEDING", "PRIMARY", "QUERY", "RAISE",
+        "RANGE", "RECURSIVE", "REFERENCES", "REGEXP", "REINDEX", "RELEASE", "RENAME", "REPLACE",
+        "RESTRICT", "RETURNING", "RIGHT", "ROLLBACK", "ROW", "ROWS", "SAVEPOINT", "SELECT", "SET",
+        "TABLE", "TEMP", "TEMPORARY", "THEN", "TIES", "TO", "TRANSACTION", "TRIGGER", "UNBOUNDED",
+        "UNION", "UNIQUE", "UPDATE", "USING", "VACUUM", "VALUES", "VIEW", "VIRTUAL", "WHEN",
+        "WHERE", "WINDOW", "WITH", "WITHOUT"};
+    return words;
+}
+
+} // namespace
+
+DbConnection::DbConnection() = default;
+
+DbConnection::~DbConnection()
+{
+    if (db.isOpen())
+        db.close();
+    const QString name = db.connectionName();
+    db = QSqlDatabase();
+    if (!name.isEmpty())
+        QSqlDatabase::removeDatabase(name);
+}
+
+QString DbConnection::sqlName(const QString &name)
+{
+    static const QRegularExpression plain("^[A-Za-z_][A-Za-z0-9_]*$");
+    if (plain.match(name).hasMatch() && !sqlKeywords().contains(name.toUpper()))
+        return name;
+    QString quoted = name;
+    quoted.replace("\"", "\"\"");
+    return "\"" + quoted + "\"";
+}
+
+bool DbConnection::openDb(const QString &path)
+{
+    // Try the file on a connection of its own first, so that a file that is
+    // not a database leaves the open one in place.
+    bool usable = false;
+    {
+        QSqlDatabase probe = QSqlDatabase::addDatabase("QSQLITE", ProbeConnection);
+        probe.setDatabaseName(path);
+        if (probe.open()) {
+            QSqlQuery q(probe);
+            usable = q.exec("SELECT name FROM sqlite_master LIMIT 1");
+        }
+        probe.close();
+    }
+    QSqlDatabase::removeDatabase(ProbeConnection);
+    if (!usable) {
+        warn("ERRORE: Impossibile aprire il Db!");
+        return false;
+    }
+
+    if (db.isValid()) {
+        db.close();
+        db = QSqlDatabase();
+        QSqlDatabase::removeDatabase(QSqlDatabase::defaultConnection);
+    }
+    db = QSqlDatabase::addDatabase("QSQLITE");
+    db.setHostName("127.0.0.1");
+    db.setDatabaseName(path);
+    if (!db.open()) {
+        warn("ERRORE: Impossibile aprire il Db!");
+        return false;
+    }
+    return true;
+}
+
+QStringList DbConnection::getTables()
+{
+    QStringList tables;
+    if (!db.isOpen())
+        return tables;
+    for (const QString &name : db.tables(QSql::Tables)) {
+        if (!name.startsWith("sqlite_"))
+            tables << name;
+    }
+    return tables;
+}
+
+bool DbConnection::tableExists(const QString &table)
+{
+    return getTables().contains(table);
+}
+
+int DbConnection::countRecords(const QString &table)
+{
+    QSqlQuery q(db);
+    if (!q.exec(QString::asprintf("SELECT count(*) FROM %s", u8(sqlName(table)).constData())) || !q.next())
+        return 0;
+    return q.value(0).toInt();
+}
+
+QStringList DbConnection::getFieldNames(const QString &table)
+{
+    QStringList names;
+    QSqlQuery q(db);
+    q.setForwardOnly(true);
+    if (!q.exec(QString::asprintf("SELECT * FROM %s", u8(sqlName(table)).constData())))
+        return names;
+    const QSqlRecord record = q.record();
+    for (int i = 0; i < record.count(); ++i)
+        names << record.fieldName(i);
+    return names;
+}
+
+QSqlRecord DbConnection::getRecordAt(const QString &table, int position)
+{
+    QSqlQuery q(db);
+    q.setForwardOnly(true);
+    if (!q.exec(QString::asprintf("SELECT * FROM %s", u8(sqlName(table)).constData())))
+        return q.record();
+    if (q.next()) {
+        for (int i = 0; i < position; ++i) {
+            if (!q.next())
+                break;
+        }
+    }
+    return q.record();
+}
+
+// Runs the select-by-id statement and stops on the first row whose id column
+// equals id; before the first row the id reads as 0, so id 0 always matches.
+static bool searchById(QSqlQuery &q, int id)
+{
+    while (true) {
+        const int value = q.isValid() ? q.value(0).toInt() : 0;
+        if (value == id)
+            return true;
+        if (!q.next())
+            return false;
+    }
+}
+
+QSqlRecord DbConnection::getRecordById(const QString &table, int id)
+{
+    QSqlQuery q(db);
+    q.setForwardOnly(true);
+    q.exec(QString::asprintf("SELECT * FROM %s WHERE %s = %d", u8(sqlName(table)).constData(), IdColumn, id));
+    searchById(q, id);
+    return q.record();
+}
+
+bool DbConnection::idExists(const QString &table, int id)
+{
+    QSqlQuery q(db);
+    q.setForwardOnly(true);
+    q.exec(QString::asprintf("SELECT * FROM %s WHERE %s = %d", u8(sqlName(table)).constData(), IdColumn, id));
+    return searchById(q, id);
+}
+
+QSqlRecord DbConnection::findRecord(const QString &table, const QString &column, const QVariant &value)
+{
+    QSqlQuery q(db);
+    q.setForwardOnly(true);
+    if (!q.exec(QString::asprintf("SELECT * FROM %s WHERE %s = '%s'", u8(sqlName(table)).constData(),
+                                  u8(sqlName(column)).constData(), u8(value.toString()).constData())))
+        return QSqlRecord();
+    const int index = q.record().indexOf(column);
+    while (q.next()) {
+        if (q.value(index) == value)
+            return q.record();
+    }
+    return QSqlRecord();
+}
+
+QVariant DbConnection::getFieldValue(const QString &table, const QSqlRecord &record, const QString &column)
+{
+    Q_UNUSED(table)
+    return record.value(column);
+}
+
+int DbConnection::getMaxId(const QString &table)
+{
+    QSqlQuery q(db);
+    if (!q.exec(QString::asprintf("SELECT max(%s) FROM %s", IdColumn, u8(sqlName(table)).constData()))
+        || !q.next())
+        return 0;
+    return qMax(0, q.value(0).toInt());
+}
+
+int DbConnection::countColumnsNamed(const QString &table, const QString &column, bool ignoreRepeatSuffix)
+{
+    const QString wanted = normalized(column);
+    int count = 0;
+    for (QString name : getFieldNames(table)) {
+        if (ignoreRepeatSuffix)
+            name = name.section(RepeatMarker, 0, 0);
+        if (normalized(name) == wanted)
+            ++count;
+    }
+    return count;
+}
+
+bool DbConnection::hasColumnContaining(const QString &text, const QString &table)
+{
+    for (const QString &name : getFieldNames(table)) {
+        if (name.contains(text))
+            return true;
+    }
+    return false;
+}
+
+bool DbConnection::nameInFirstColumn(const QString &table, const QString &text)
+{
+    QString wanted = text;
+    wanted.replace("''", "'");
+    wanted = normalized(wanted);
+
+    QSqlQuery q(db);
+    q.setForwardOnly(true);
+    if (!q.exec(QString::asprintf("SELECT * FROM %s", u8(sqlName(table)).constData())))
+        return false;
+    if (q.record().count() < 2)
+        return false;
+    while (q.next()) {
+        if (normalized(q.value(1).toString()) == wanted)
+            return true;
+    }
+    return false;
+}
+
+bool DbConnection::execWrite(const QString &statement, QString *error)
+{
+    QSqlQuery q(db);
+    if (q.exec(statement))
+        return true;
+    if (error)
+        *error = q.lastError().text();
+    return false;
+}
+
+bool DbConnection::createTable(const QString &table, const QList<ColumnDefinition> &columns)
+{
+    if (tableExists(table)) {
+        warn(QString::asprintf("ERRORE: La Tabella %s è già presente nel Db!\n", u8(table).constData()));
+        return false;
+    }
+
+    QString statement = QString::asprintf("CREATE TABLE IF NOT EXISTS %s (%s integer primary key",
+                                          u8(sqlName(table)).constData(), IdColumn);
+    for (int i = 0; i < columns.size(); ++i) {
+        QString name = columns.at(i).first;
+        int earlier = 0;
+        for (int j = 0; j < i; ++j) {
+            if (columns.at(j).first == columns.at(i).first)
+                ++earlier;
+        }
+        if (earlier >= 1 && !name.contains("LINKFORMAT"))
+            name = QString::asprintf("%s%d", u8(name + RepeatMarker).constData(), earlier + 1);
+        statement += "," + sqlName(name) + " " + columns.at(i).second;
+    }
+    statement += ")";
+
+    QString error;
+    if (!execWrite(statement, &error)) {
+        warn(QString::asprintf("ERRORE: Impossibile creare la tabella %s!\n%s", u8(table).constData(),
+                               u8(error).constData()));
+        return false;
+    }
+    return true;
+}
+
+bool DbConnection::addColumn(const QString &table, const QString &column, const QString &sqlType)
+{
+    QString name = column;
+    const int n = countColumnsNamed(table, column, true);
+    if (n > 0 && !column.contains("LINKFORMAT"))
+        name = QString::asprintf("%s%d", u8(column + RepeatMarker).constData(), n + 1);
+
+    QString error;
+    if (!execWrite(QString::asprintf("ALTER TABLE %s ADD COLUMN %s %s", u8(sqlName(table)).constData(),
+                                     u8(sqlName(name)).constData(), u8(sqlType).constData()),
+                   &error)) {
+        warn(QString::asprintf("ERRORE: Impossibile aggiungere il campo %s alla tabella %s!\n%s",
+                               u8(column).constData(), u8(table).constData(), u8(error).constData()));
+        return false;
+    }
+    return true;
+}
+
+bool DbConnection::dropTable(const QString &table)
+{
+    return execWrite(QString::asprintf("DROP TABLE %s ", u8(sqlName(table)).constData()), nullptr);
+}
+
+bool DbConnection::clearTable(const QString &table)
+{
+    return execWrite(QString::asprintf("DELETE FROM %s", u8(sqlName(table)).constData()), nullptr);
+}
+
+bool DbConnection::deleteRecord(const QString &table, int id)
+{
+    return execWrite(QString::asprintf("DELETE FROM %s WHERE %s = %d", u8(sqlName(table)).constData(),
+                                       IdColumn, id),
+                     nullptr);
+}
+
+bool DbConnection::updateField(const QString &table, int id, const QString &column, const QString &value)
+{
+    if (!tableExists(table)) {
+        warn(QString::asprintf("ERRORE: La Tabella '%s' non esiste!\n", u8(table).constData()));
+        return false;
+    }
+    if (!idExists(table, id)) {
+        warn(QString::asprintf("ERRORE: L'Id %d non è presente nella Tabella!\n", id));
+        return false;
+    }
+    if (countColumnsNamed(table, column, false) == 0) {
+        warn(QString::asprintf("ERRORE: Il campo '%s' non esiste!\n", u8(column).constData()));
+        return false;
+    }
+    if (column == IdColumn) {
+        const int newId = value.toInt(nullptr, 10);
+        if (newId != id
+            && !MessageHandler::current()->question(QString::asprintf(
+                "Vuoi veramente aggiornare l'Id %d con il nuovo Id %d? Questa operazione può essere molto dannosa!",
+                id, newId)))
+            return true; // answered No: nothing changes, and the caller sees success
+    }
+
+    const QByteArray t = u8(sqlName(table)), c = u8(sqlName(column));
+    QString statement;
+    if (column.contains("INTEGER"))
+        statement = QString::asprintf("UPDATE %s SET %s = '%d' WHERE %s = %d", t.constData(), c.constData(),
+                                      value.toInt(nullptr, 10), IdColumn, id);
+    else if (column.contains("REAL"))
+        statement = QString::asprintf("UPDATE %s SET %s = '%f' WHERE %s = %d", t.constData(), c.constData(),
+                                      value.toDouble(), IdColumn, id);
+    else
+        statement = QString::asprintf("UPDATE %s SET %s = '%s' WHERE %s = %d", t.constData(), c.constData(),
+                                      u8(value).constData(), IdColumn, id);
+
+    QString error;
+    if (!execWrite(statement, &error)) {
+        warn(QString::asprintf("ERRORE: Impossibile aggiornare il Record!\n%s", u8(error).constData()));
+        return false;
+    }
+    return true;
+}
+
+int DbConnection::insertEmptyRecord(const QString &table, bool useGivenId, int givenId)
+{
+    int id;
+    if (useGivenId && givenId >= 1)
+        id = idExists(table, givenId) ? getMaxId(table) + 1 : givenId;
+    else
+        id = getMaxId(table) + 1;
+
+    const QStringList names = getFieldNames(table);
+    QStringList quotedNames, values;
+    for (const QString &name : names) {
+        quotedNames << sqlName(name);
+        values << (name == IdColumn ? QString::asprintf("%d", id) : QStringLiteral("0"));
+    }
+    const QString statement = QString::asprintf("INSERT INTO %s (", u8(sqlName(table)).constData())
+                              + quotedNames.join(",") + ") VALUES (" + values.join(",") + ")";
+
+    QString error;
+    if (!execWrite(statement, &error)) {
+        warn(QString::asprintf("ERRORE: Impossibile aggiungere un elemento alla tabella %s!\n%s",
+                               u8(table).constData(), u8(error).constData()));
+        return -1;
+    }
+    return id;
+}

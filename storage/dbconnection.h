@@ -1,0 +1,66 @@
+#ifndef DBCONNECTION_H
+#define DBCONNECTION_H
+
+#include <QList>
+#include <QPair>
+#include <QSqlDatabase>
+#include <QSqlRecord>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+// (column name, SQL type), as given to createTable.
+using ColumnDefinition = QPair<QString, QString>;
+
+// The one place where SQL is written and run. Callers get records, values,
+// counts, ids or booleans; failures of writing statements are reported to the
+// user here (through the message handler), failures of reading ones give empty
+// results. Text values are put between quotes as they are: callers double
+// every apostrophe first.
+class DbConnection
+{
+public:
+    DbConnection();
+    ~DbConnection();
+    DbConnection(const DbConnection &) = delete;
+    DbConnection &operator=(const DbConnection &) = delete;
+
+    // Connection
+    bool openDb(const QString &path);
+    QStringList getTables();
+    bool tableExists(const QString &table);
+
+    // Reading
+    int countRecords(const QString &table);
+    QStringList getFieldNames(const QString &table);
+    QSqlRecord getRecordAt(const QString &table, int position);
+    QSqlRecord getRecordById(const QString &table, int id);
+    bool idExists(const QString &table, int id);
+    QSqlRecord findRecord(const QString &table, const QString &column, const QVariant &value);
+    QVariant getFieldValue(const QString &table, const QSqlRecord &record, const QString &column);
+    int getMaxId(const QString &table);
+    int countColumnsNamed(const QString &table, const QString &column, bool ignoreRepeatSuffix);
+    bool hasColumnContaining(const QString &text, const QString &table);
+    bool nameInFirstColumn(const QString &table, const QString &text);
+
+    // Writing
+    bool createTable(const QString &table, const QList<ColumnDefinition> &columns);
+    bool addColumn(const QString &table, const QString &column, const QString &sqlType);
+    bool dropTable(const QString &table);
+    bool clearTable(const QString &table);
+    bool deleteRecord(const QString &table, int id);
+    bool updateField(const QString &table, int id, const QString &column, const QString &value);
+    int insertEmptyRecord(const QString &table, bool useGivenId, int givenId);
+
+    // The name as it goes into a statement: names the program makes are plain
+    // identifiers and go in unchanged; a foreign name with blanks, quotes or a
+    // keyword is put between double quotes so that its table can still be read.
+    static QString sqlName(const QString &name);
+
+private:
+    bool execWrite(const QString &statement, QString *error);
+
+    QSqlDatabase db;
+};
+
+#endif // DBCONNECTION_H

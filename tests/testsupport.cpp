@@ -1,0 +1,88 @@
+#include "testsupport.h"
+
+#include "storage/dbconnection.h"
+
+#include <QDir>
+
+RecordingMessageHandler::RecordingMessageHandler()
+{
+    MessageHandler::install(this);
+}
+
+RecordingMessageHandler::~RecordingMessageHandler()
+{
+    MessageHandler::install(nullptr);
+}
+
+void RecordingMessageHandler::warning(const QString &text)
+{
+    warnings << text;
+    said << "warning: " + text;
+}
+
+void RecordingMessageHandler::information(const QString &text)
+{
+    informations << text;
+    said << "information: " + text;
+}
+
+bool RecordingMessageHandler::question(const QString &text)
+{
+    questions << text;
+    said << "question: " + text;
+    return answers.isEmpty() ? defaultAnswer : answers.takeFirst();
+}
+
+QString RecordingMessageHandler::openFileName(QWidget *, const QString &caption, const QString &dir,
+                                              const QString &filter)
+{
+    fileDialogs << caption + "|" + dir + "|" + filter;
+    return fileAnswers.isEmpty() ? QString() : fileAnswers.takeFirst();
+}
+
+QStringList RecordingMessageHandler::openFileNames(QWidget *, const QString &caption, const QString &dir,
+                                                   const QString &filter)
+{
+    fileDialogs << caption + "|" + dir + "|" + filter;
+    return multiFileAnswers.isEmpty() ? QStringList() : multiFileAnswers.takeFirst();
+}
+
+QString RecordingMessageHandler::saveFileName(QWidget *, const QString &caption, const QString &dir,
+                                              const QString &filter)
+{
+    fileDialogs << caption + "|" + dir + "|" + filter;
+    return fileAnswers.isEmpty() ? QString() : fileAnswers.takeFirst();
+}
+
+void RecordingMessageHandler::clear()
+{
+    said.clear();
+    warnings.clear();
+    informations.clear();
+    questions.clear();
+    fileDialogs.clear();
+}
+
+TestFolder::TestFolder() : previous(QDir::currentPath())
+{
+    QDir::setCurrent(dir.path());
+}
+
+TestFolder::~TestFolder()
+{
+    QDir::setCurrent(previous);
+}
+
+QStringList dumpTable(DbConnection &db, const QString &table)
+{
+    QStringList rows;
+    const int count = db.countRecords(table);
+    for (int i = 0; i < count; ++i) {
+        const QSqlRecord record = db.getRecordAt(table, i);
+        QStringList cells;
+        for (int c = 0; c < record.count(); ++c)
+            cells << record.fieldName(c) + "=" + record.value(c).toString();
+        rows << cells.join(";");
+    }
+    return rows;
+}

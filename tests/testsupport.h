@@ -1,0 +1,61 @@
+#ifndef TESTSUPPORT_H
+#define TESTSUPPORT_H
+
+#include "storage/messagehandler.h"
+
+#include <QList>
+#include <QSqlRecord>
+#include <QStringList>
+#include <QTemporaryDir>
+
+class DbConnection;
+
+// Records every message, question and file choice, and answers them:
+// questions from a queue (then the default answer), file choices from queues.
+class RecordingMessageHandler : public MessageHandler
+{
+public:
+    RecordingMessageHandler();  // installs itself
+    ~RecordingMessageHandler() override; // restores the real boxes
+
+    void warning(const QString &text) override;
+    void information(const QString &text) override;
+    bool question(const QString &text) override;
+    QString openFileName(QWidget *, const QString &caption, const QString &dir, const QString &filter) override;
+    QStringList openFileNames(QWidget *, const QString &caption, const QString &dir,
+                              const QString &filter) override;
+    QString saveFileName(QWidget *, const QString &caption, const QString &dir, const QString &filter) override;
+
+    void clear();
+    // Everything said, in order, each prefixed with its kind ("warning: ", "question: "...).
+    QStringList said;
+    QStringList warnings;
+    QStringList informations;
+    QStringList questions;
+    QStringList fileDialogs; // "caption|dir|filter"
+
+    QList<bool> answers;     // answers to the next questions, in order
+    bool defaultAnswer = true;
+    QStringList fileAnswers; // answers to the next file choices, in order (empty = cancel)
+    QList<QStringList> multiFileAnswers;
+};
+
+// A fresh working folder for one test: the program reads "lastDb.dat" and
+// "lockDb.dat" from the working directory, so each test gets its own.
+class TestFolder
+{
+public:
+    TestFolder();
+    ~TestFolder();
+    QString path() const { return dir.path(); }
+    QString file(const QString &name) const { return dir.filePath(name); }
+
+private:
+    QTemporaryDir dir;
+    QString previous;
+};
+
+// Rows of a table as name=value texts, for quick comparisons.
+QStringList dumpTable(DbConnection &db, const QString &table);
+
+#endif // TESTSUPPORT_H
