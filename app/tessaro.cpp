@@ -195,6 +195,10 @@ Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
         last.close();
         loadDb(line);
     }
+    // A remembered file that cannot be opened leaves the session on a private
+    // temporary database, as on the very first start.
+    if (!db->isOpen())
+        loadDb(QString());
 
     refreshTableList(false);
 }
@@ -301,6 +305,7 @@ void Tessaro::refreshTableList(bool skipLockCheck)
     ui->lbListName->setText(toDisplayTableName(currentTable));
 
     ensureSystemTables();
+    tableNames = db->getTables(); // the system tables may be new
 
     if (tableNames.size() > 1 && !currentTable.isEmpty())
         setTableHeader(currentTable);

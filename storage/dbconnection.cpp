@@ -197,10 +197,13 @@ bool DbConnection::idExists(const QString &table, int id)
 
 QSqlRecord DbConnection::findRecord(const QString &table, const QString &column, const QVariant &value)
 {
+    // The value is looked for as it is, apostrophes included.
+    QString text = value.toString();
+    text.replace("'", "''");
     QSqlQuery q(db);
     q.setForwardOnly(true);
     if (!q.exec(QString::asprintf("SELECT * FROM %s WHERE %s = '%s'", u8(sqlName(table)).constData(),
-                                  u8(sqlName(column)).constData(), u8(value.toString()).constData())))
+                                  u8(sqlName(column)).constData(), u8(text).constData())))
         return QSqlRecord();
     const int index = q.record().indexOf(column);
     while (q.next()) {

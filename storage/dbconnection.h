@@ -27,6 +27,7 @@ public:
 
     // Connection
     bool openDb(const QString &path);
+    bool isOpen() const { return db.isOpen(); }
     QStringList getTables();
     bool tableExists(const QString &table);
 

@@ -1,0 +1,266 @@
+#include "app/tessaro.h"
+#include "dialogs/listbuttonform.h"
+#include "storage/dbconnection.h"
+#include "testsupport.h"
+
+#include <QAction>
+#include <QDir>
+#include <QFile>
+#include <QLabel>
+#include <QPushButton>
+#include <QSqlQuery>
+#include <QtTest>
+
+namespace {
+QString readFile(const QString &path)
+{
+    QFile f(path);
+    if (!f.open(QIODevice::ReadOnly))
+        return "<missing>";
+    return QString::fromUtf8(f.readAll());
+}
+
+void writeFile(const QString &path, const QByteArray &content)
+{
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    f.write(content);
+}
+
+QStringList listedTables(const Tessaro &w)
+{
+    QStringList names;
+    for (const ListButtonForm *button : w.tableButtonList())
+        names << button->tableName();
+    return names;
+}
+} // namespace
+
+class TestSession : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void firstStartInEmptyFolder();
+    void remembersTheLastDatabase();
+    void secondInstanceIsReadOnly();
+    void newDbCreatesFileFoldersAndSystemTables();
+    void cancelledDialogChangesNothingElse();
+    void bareFileNameUsesWorkingFolder();
+    void fileThatIsNotADatabase();
+    void foreignDatabaseIsListed();
+    void existingSystemTableIsLeftAlone();
+};
+
+void TestSession::firstStartInEmptyFolder()
+{
+    TestFolder folder;
+    RecordingMessageHandler messages;
+    {
+        Tessaro w;
+        QCOMPARE(readFile("lastDb.dat"), QString());
+        QCOMPARE(readFile("lockDb.dat"), QString("Locked"));
+        QVERIFY(!w.readOnly);
+        QCOMPARE(w.windowTitle(), QString("DB Administration Tool"));
+        QVERIFY(QDir("TABLES_DOC").exists());
+        QVERIFY(QDir("DB_DATA").exists());
+        QCOMPARE(w.dbFolder, QString());
+        QCOMPARE(w.findChild<QPushButton *>("pbDbName")->text(), QString());
+        QVERIFY(w.tableButtonList().isEmpty());
+        // The session runs on a private temporary database that has the system tables.
+        QVERIFY(w.connection()->tableExists("settings"));
+        QVERIFY(messages.said.isEmpty());
+    }
+    QVERIFY(!QFile::exists("lockDb.dat"));
+}
+
+void TestSession::remembersTheLastDatabase()
+{
+    TestFolder folder;
+    RecordingMessageHandler messages;
+    const QString path = folder.file("data/archivio.db");
+    QDir().mkpath(folder.file("data"));
+    {
+        DbConnection db;
+        QVERIFY(db.openDb(path));
+        QVERIFY(db.createTable("Clienti", {{"RSTRINGFORMAT_Nome", "text"}}));
+        QVERIFY(db.createTable("HIDDENTABLE_Segreti", {{"RSTRINGFORMAT_Nome", "text"}}));
+        QVERIFY(db.createTable("Ordini", {{"RSTRINGFORMAT_Codice", "text"}}));
+    }
+    writeFile("lastDb.dat", path.toUtf8());
+
+    Tessaro w;
+    QCOMPARE(w.dbPath, path);
+    QCOMPARE(w.dbFolder, folder.file("data/"));
+    QCOMPARE(w.dbFileName, QString("archivio.db"));
+    QCOMPARE(w.tablesDocPath, folder.file("data/TABLES_DOC"));
+    QCOMPARE(w.dbDataPath, folder.file("data/DB_DATA"));
+    QVERIFY(QDir(w.tablesDocPath).exists());
+    QVERIFY(QDir(w.dbDataPath).exists());
+    QCOMPARE(w.findChild<QPushButton *>("pbDbName")->text(), QString("archivio.db"));
+    QCOMPARE(listedTables(w), (QStringList{"Clienti", "Ordini"}));
+    QCOMPARE(w.currentTable, QString("Clienti"));
+    QCOMPARE(w.findChild<QLabel *>("lbListName")->text(), QString("Clienti"));
+    for (const char *system : {"settings", "filters", "subtablesconfigs"})
+        QVERIFY(w.connection()->tableExists(system));
+    QVERIFY(messages.said.isEmpty());
+}
+
+void TestSession::secondInstanceIsReadOnly()
+{
+    TestFolder folder;
+    RecordingMessageHandler messages;
+    auto *first = new Tessaro;
+    QVERIFY(!first->readOnly);
+    first->administratorModeEnabled(true);
+    {
+        Tessaro second;
+        QVERIFY(second.readOnly);
+        second.administratorModeEnabled(true); // shown, but still disabled
+        QCOMPARE(second.windowTitle(), QString("DB Administration Tool - READONLY"));
+        for (const char *name : {"actionNew_Db", "actionTable", "actionAdd_Field", "actionRemove_Table",
+                                 "actionAdministrator_Mode", "actionClear_All_Tables", "actionDelete_All_Database",
+                                 "actionImport_From_File_Trasvo_File", "actionExport"})
+            QVERIFY2(!second.findChild<QAction *>(name)->isEnabled(), name);
+        for (const char *name : {"pbNewUser", "pbEditUser", "pbDeleteUser", "pbNewFilter"})
+            QVERIFY2(!second.findChild<QPushButton *>(name)->isEnabled(), name);
+        for (const char *name : {"actionOpen_Db", "actionExit", "actionTool"})
+            QVERIFY2(second.findChild<QAction *>(name)->isEnabled(), name);
+        QVERIFY(first->findChild<QAction *>("actionNew_Db")->isEnabled());
+    }
+    // The read-only instance leaves the owner's lock in place.
+    QCOMPARE(readFile("lockDb.dat"), QString("Locked"));
+    delete first;
+    QVERIFY(!QFile::exists("lockDb.dat"));
+
+    // A lock left behind (the owner crashed) keeps every later start read-only.
+    writeFile("lockDb.dat", "Locked");
+    Tessaro third;
+    QVERIFY(third.readOnly);
+}
+
+void TestSession::newDbCreatesFileFoldersAndSystemTables()
+{
+    TestFolder folder;
+    RecordingMessageHandler messages;
+    Tessaro w;
+    const QString path = folder.file("nuovo.db");
+    messages.fileAnswers = QStringList{path};
+    w.newDb();
+    QCOMPARE(messages.fileDialogs, QStringList{"Open File|/home|DataBase (*.db)"});
+    QVERIFY(QFile::exists(path));
+    QVERIFY(QDir(folder.file("TABLES_DOC")).exists());
+    QVERIFY(QDir(folder.file("DB_DATA")).exists());
+    QCOMPARE(readFile("lastDb.dat"), path);
+
+    DbConnection *db = w.connection();
+    QCOMPARE(db->getFieldNames("settings"),
+             (QStringList{"RINTEGERFORMAT_Id", "RSTRINGFORMAT_tableName", "RSTRINGFORMAT_iconPath"}));
+    QCOMPARE(db->getFieldNames("filters"),
+             (QStringList{"RINTEGERFORMAT_Id", "RSTRINGFORMAT_filterName", "NSTRINGFORMAT_filterTableName",
+                          "NSTRINGFORMAT_filterFieldName", "NSTRINGFORMAT_filterFieldValue",
+                          "NSTRINGFORMAT_filterFieldType", "NSTRINGFORMAT_filterFieldCondition",
+                          "NSTRINGFORMAT_filterFieldConditionAndOr"}));
+    QCOMPARE(db->getFieldNames("subtablesconfigs"),
+             (QStringList{"RINTEGERFORMAT_Id", "RSTRINGFORMAT_subConfigName", "NSTRINGFORMAT_subConfigFieldName",
+                          "NSTRINGFORMAT_subConfigFieldType"}));
+
+    // The next start reopens it.
+    w.connection()->createTable("Prodotti", {{"RSTRINGFORMAT_Nome", "text"}});
+    Tessaro again;
+    QCOMPARE(again.dbPath, path);
+    QCOMPARE(listedTables(again), QStringList{"Prodotti"});
+}
+
+void TestSession::cancelledDialogChangesNothingElse()
+{
+    TestFolder folder;
+    RecordingMessageHandler messages;
+    const QString path = folder.file("a.db");
+    writeFile("lastDb.dat", path.toUtf8());
+    {
+        DbConnection db;
+        QVERIFY(db.openDb(path));
+        QVERIFY(db.createTable("Clienti", {{"RSTRINGFORMAT_Nome", "text"}}));
+    }
+    Tessaro w;
+    w.openDb(); // no answer: cancelled
+    QCOMPARE(w.dbPath, QString());
+    QCOMPARE(readFile("lastDb.dat"), path);
+    QCOMPARE(listedTables(w), QStringList{"Clienti"});
+    QVERIFY(w.connection()->tableExists("Clienti"));
+}
+
+void TestSession::bareFileNameUsesWorkingFolder()
+{
+    TestFolder folder;
+    RecordingMessageHandler messages;
+    writeFile("lastDb.dat", "bare.db\nsecond line is ignored\n");
+    Tessaro w;
+    QCOMPARE(w.dbPath, QString("bare.db"));
+    QCOMPARE(w.dbFolder, QString());
+    QCOMPARE(w.tablesDocPath, QString("TABLES_DOC"));
+    QVERIFY(QFile::exists(folder.file("bare.db")));
+    QVERIFY(QDir(folder.file("TABLES_DOC")).exists());
+    QVERIFY(QDir(folder.file("DB_DATA")).exists());
+}
+
+void TestSession::fileThatIsNotADatabase()
+{
+    TestFolder folder;
+    RecordingMessageHandler messages;
+    writeFile("notes.db", "these are plain notes, not a database\n");
+    writeFile("lastDb.dat", folder.file("notes.db").toUtf8());
+    Tessaro w;
+    QCOMPARE(messages.warnings, QStringList{"ERRORE: Impossibile aprire il Db!"});
+    QVERIFY(w.tableButtonList().isEmpty());
+    QCOMPARE(readFile("notes.db"), QString("these are plain notes, not a database\n"));
+}
+
+void TestSession::foreignDatabaseIsListed()
+{
+    TestFolder folder;
+    RecordingMessageHandler messages;
+    const QString path = folder.file("foreign.db");
+    {
+        DbConnection db;
+        QVERIFY(db.openDb(path));
+        QSqlQuery q(QSqlDatabase::database());
+        QVERIFY(q.exec("CREATE TABLE people (id INTEGER PRIMARY KEY, name TEXT, age INTEGER)"));
+        QVERIFY(q.exec("INSERT INTO people VALUES (1, 'Anna', 30)"));
+        QVERIFY(q.exec("CREATE TABLE \"order\" (n)"));
+        QVERIFY(q.exec("CREATE TABLE \"my table\" (x, y)"));
+        QVERIFY(q.exec("CREATE TABLE seq (k INTEGER PRIMARY KEY AUTOINCREMENT)"));
+    }
+    writeFile("lastDb.dat", path.toUtf8());
+    Tessaro w;
+    QStringList listed = listedTables(w);
+    listed.sort();
+    QCOMPARE(listed, (QStringList{"my table", "order", "people", "seq"}));
+    for (const QString &table : listed) {
+        w.findChild<QAction *>("actionTech_Mod"); // the window stays usable
+        w.changeTable(table);
+        QCOMPARE(w.currentTable, table);
+    }
+    QVERIFY(messages.warnings.isEmpty());
+}
+
+void TestSession::existingSystemTableIsLeftAlone()
+{
+    TestFolder folder;
+    RecordingMessageHandler messages;
+    const QString path = folder.file("odd.db");
+    {
+        DbConnection db;
+        QVERIFY(db.openDb(path));
+        QVERIFY(db.createTable("filters", {{"something", "text"}}));
+    }
+    writeFile("lastDb.dat", path.toUtf8());
+    Tessaro w;
+    QCOMPARE(w.connection()->getFieldNames("filters"), (QStringList{"RINTEGERFORMAT_Id", "something"}));
+    QVERIFY(w.connection()->tableExists("settings"));
+    QVERIFY(messages.said.isEmpty());
+}
+
+QTEST_MAIN(TestSession)
+#include "tst_session.moc"
