@@ -338,25 +338,25 @@ void TestDesigner::settingsRowAndIcon()
     // A row with id 7: the next row's Id text is the character 2, yet the database gives it id 8.
     s.window->insertRecord("settings", {{"RINTEGERFORMAT_Id", "7"}, {"RSTRINGFORMAT_tableName", "Old"},
                                         {"RSTRINGFORMAT_iconPath", ""}}, true);
-    QFile icon(s.folder.file("logo.png"));
+    QFile icon(s.folder.file("logo d'oro.png"));
     QVERIFY(icon.open(QIODevice::WriteOnly));
     icon.write("png");
     icon.close();
 
     s.window->newTable();
-    s.messages.fileAnswers << s.folder.file("logo.png");
+    s.messages.fileAnswers << s.folder.file("logo d'oro.png");
     s.child<QPushButton>("pbIconImage")->click();
     QCOMPARE(s.messages.fileDialogs, QStringList{"Open File|/home|Images (*.png *.jpg *.jpeg *.bmp *.tif)"});
-    QCOMPARE(s.child<QLineEdit>("leIconData")->text(), QString("DB_DATA/logo.png"));
-    QVERIFY(QFile::exists(s.folder.file("DB_DATA/logo.png")));
+    QCOMPARE(s.child<QLineEdit>("leIconData")->text(), QString("DB_DATA/logo d'oro.png"));
+    QVERIFY(QFile::exists(s.folder.file("DB_DATA/logo d'oro.png")));
     s.window->addTableIcon(); // cancelled: the icon stays
-    QCOMPARE(s.child<QLineEdit>("leIconData")->text(), QString("DB_DATA/logo.png"));
+    QCOMPARE(s.child<QLineEdit>("leIconData")->text(), QString("DB_DATA/logo d'oro.png"));
 
     s.child<QLineEdit>("leTableName")->setText("Clienti");
     s.window->acceptedNewTable();
     QCOMPARE(dumpTable(s.db(), "settings"),
              QStringList({"RINTEGERFORMAT_Id=7;RSTRINGFORMAT_tableName=Old;RSTRINGFORMAT_iconPath=",
-                          "RINTEGERFORMAT_Id=8;RSTRINGFORMAT_tableName=Clienti;RSTRINGFORMAT_iconPath=DB_DATA/logo.png"}));
+                          "RINTEGERFORMAT_Id=8;RSTRINGFORMAT_tableName=Clienti;RSTRINGFORMAT_iconPath=DB_DATA/logo d'oro.png"}));
     // The next new table starts without an icon.
     s.window->newTable();
     QCOMPARE(s.child<QLineEdit>("leIconData")->text(), QString());
