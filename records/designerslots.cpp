@@ -114,7 +114,8 @@ void Tessaro::acceptedNewTable()
     // With the name field locked the page adds fields to the current table;
     // a typed name is checked, and so is every field name, before anything is written.
     const bool addingFields = !ui->leTableName->isEnabled();
-    if (addingFields && !currentTable.isEmpty() && typed == toDisplayTableName(currentTable)) {
+    if (addingFields && !currentTable.isEmpty() && typed == toDisplayTableName(currentTable)
+        && db->tableExists(currentTable)) {
         name = currentTable;
     } else {
         const QString reason = invalidTableNameReason(typed);
