@@ -36,11 +36,16 @@ Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
     // Signal-to-slot connections, in the order of the menus and pages.
     connect(ui->actionOpen_Db, &QAction::triggered, this, &Tessaro::openDb);
     connect(ui->actionNew_Db, &QAction::triggered, this, &Tessaro::newDb);
+    connect(ui->actionTable, &QAction::triggered, this, &Tessaro::newTable);
+    connect(ui->actionAdd_Field, &QAction::triggered, this, &Tessaro::addField);
     connect(ui->actionRemove_Table, &QAction::triggered, this, &Tessaro::removeTable);
     connect(ui->actionTech_Mod, &QAction::triggered, this, &Tessaro::enableTechMod);
     connect(ui->actionShow_Hidden_Tables, &QAction::triggered, this, &Tessaro::showHiddenTable);
     connect(ui->actionAdministrator_Mode, &QAction::triggered, this, &Tessaro::administratorModeEnabled);
     connect(ui->actionChange_Table_Icon, &QAction::triggered, this, &Tessaro::changeTableIcon);
+    connect(ui->bbNewTable, &QDialogButtonBox::accepted, this, &Tessaro::acceptedNewTable);
+    connect(ui->bbNewTable, &QDialogButtonBox::rejected, this, &Tessaro::cancelNewTable);
+    connect(ui->pbIconImage, &QPushButton::clicked, this, &Tessaro::addTableIcon);
     connect(ui->actionTool, &QAction::triggered, this, &Tessaro::about);
     connect(ui->actionDelete_All_Database, &QAction::triggered, this, &Tessaro::deleteAll);
     connect(ui->actionExit, &QAction::triggered, this, &Tessaro::close);

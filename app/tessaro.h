@@ -15,6 +15,7 @@ class AboutForm;
 class chooseNameForm;
 class progressBarForm;
 class ListButtonForm;
+class newTableElement;
 
 // The main window and the program's one controller: it owns the database
 // connection, every page, the dialogs and the widgets made at run time.
@@ -62,6 +63,9 @@ public:
     bool updateRecord(int id, const FieldValueList &fields);
     bool showDuplicateError = true;
 
+    // Table designer (records/designerslots.cpp)
+    const QList<newTableElement *> &newTableElements() const { return tableElements; }
+
 public slots:
     // Session (app/tessaro.cpp)
     void newDb();
@@ -86,6 +90,15 @@ public slots:
     void changeToUsersPage();
     void vwRecord(int id);
 
+    // Table designer (records/designerslots.cpp)
+    void newTable();
+    void addField();
+    void addNewTableElement();
+    void changeElementSelectedTable(newTableElement *element, const QString &table);
+    void addTableIcon();
+    void acceptedNewTable();
+    void cancelNewTable();
+
 private:
     void chooseAndOpenDb(bool create);
     void rebuildTableButtons();
@@ -103,6 +116,11 @@ private:
     QList<ListButtonForm *> filterButtons;
     QElapsedTimer progressPump;
     int lastProgressValue = -1;
+
+    // Table designer (records/designerslots.cpp)
+    void openTableDesigner();
+    void clearTableDesigner();
+    QList<newTableElement *> tableElements; // rows on the designer page, in page order
 };
 
 #endif // TESSARO_H

@@ -77,6 +77,11 @@ QString DbConnection::sqlName(const QString &name)
     return "\"" + quoted + "\"";
 }
 
+bool DbConnection::isSqlKeyword(const QString &word)
+{
+    return sqlKeywords().contains(word.toUpper());
+}
+
 bool DbConnection::openDb(const QString &path)
 {
     // Try the file on a connection of its own first, so that a file that is

@@ -57,6 +57,8 @@ public:
     // identifiers and go in unchanged; a foreign name with blanks, quotes or a
     // keyword is put between double quotes so that its table can still be read.
     static QString sqlName(const QString &name);
+    // True for the words SQLite will not take as a bare name (any case).
+    static bool isSqlKeyword(const QString &word);
 
 private:
     bool execWrite(const QString &statement, QString *error);

@@ -1,0 +1,187 @@
+// The table designer: the page on which a table is created, or fields are
+// added to the current one, one newTableElement row per field.
+#include "app/tessaro.h"
+#include "ui_tessaro.h"
+
+#include "dialogs/listbuttonform.h"
+#include "records/newtableelement.h"
+#include "records/tabledesign.h"
+#include "storage/messagehandler.h"
+#include "storage/namingscheme.h"
+
+namespace {
+const char *const IdColumn = "RINTEGERFORMAT_Id";
+const char *const HiddenMarker = "HIDDENTABLE_";
+} // namespace
+
+void Tessaro::clearTableDesigner()
+{
+    for (newTableElement *element : qAsConst(tableElements)) {
+        ui->newTableLayout->removeWidget(element);
+        delete element;
+    }
+    tableElements.clear();
+}
+
+void Tessaro::openTableDesigner()
+{
+    clearTableDesigner();
+    ui->stPages->setCurrentWidget(ui->newTable);
+    addNewTableElement();
+}
+
+void Tessaro::newTable()
+{
+    clearTableDesigner();
+    ui->leTableName->clear();
+    ui->leTableName->setEnabled(true);
+    ui->cbHiddenTable->setChecked(false);
+    ui->cbHiddenTable->show();
+    // A new table starts without an icon; the icon row only matters here.
+    ui->leIconData->clear();
+    for (QWidget *widget : {static_cast<QWidget *>(ui->lbIcon), static_cast<QWidget *>(ui->leIconData),
+                            static_cast<QWidget *>(ui->pbIconImage)})
+        widget->show();
+    openTableDesigner();
+}
+
+void Tessaro::addField()
+{
+    ui->leTableName->setText(toDisplayTableName(currentTable));
+    ui->leTableName->setEnabled(false);
+    ui->cbHiddenTable->hide();
+    ui->cbHiddenTable->setChecked(false);
+    for (QWidget *widget : {static_cast<QWidget *>(ui->lbIcon), static_cast<QWidget *>(ui->leIconData),
+                            static_cast<QWidget *>(ui->pbIconImage)})
+        widget->hide();
+    openTableDesigner();
+}
+
+void Tessaro::addNewTableElement()
+{
+    auto *element = new newTableElement(ui->newElementContents);
+    tableElements << element;
+    connect(element, &newTableElement::addNewElem, this, &Tessaro::addNewTableElement);
+    connect(element, &newTableElement::changeTable, this, &Tessaro::changeElementSelectedTable);
+    element->setTableList(tableNames);
+    ui->newTableLayout->addWidget(element);
+}
+
+void Tessaro::changeElementSelectedTable(newTableElement *element, const QString &table)
+{
+    QStringList fields;
+    if (!table.isEmpty()) {
+        for (const QString &column : db->getFieldNames(table)) {
+            if (column != IdColumn && !column.contains("SUBTABLEFORMAT") && !column.contains("_XDTX_"))
+                fields << column;
+        }
+    }
+    element->setFieldList(fields);
+}
+
+void Tessaro::addTableIcon()
+{
+    const QString file = MessageHandler::current()->openFileName(this, "Open File", "/home",
+                                                                 "Images (*.png *.jpg *.jpeg *.bmp *.tif)");
+    // A cancelled choice leaves the icon as it was.
+    if (file.isEmpty())
+        return;
+    QString stored;
+    copyIconToDataFolder(file, &stored);
+    ui->leIconData->setText(stored);
+}
+
+void Tessaro::cancelNewTable()
+{
+    clearTableDesigner();
+    changeToUsersPage();
+    vwRecord(currentId);
+}
+
+void Tessaro::acceptedNewTable()
+{
+    MessageHandler *messages = MessageHandler::current();
+    const QString typed = ui->leTableName->text();
+    QString name = toInternalTableName(typed);
+    if (name.isEmpty()) {
+        messages->warning("ERRORE: La Tabella è vuota!");
+        return;
+    }
+    name.replace(' ', '_');
+    if (ui->cbHiddenTable->isChecked())
+        name.prepend(HiddenMarker);
+
+    // With the name field locked the page adds fields to the current table;
+    // a typed name is checked, and so is every field name, before anything is written.
+    const bool addingFields = !ui->leTableName->isEnabled();
+    if (addingFields && !currentTable.isEmpty() && typed == toDisplayTableName(currentTable)
+        && db->tableExists(currentTable)) {
+        name = currentTable;
+    } else {
+        const QString reason = invalidTableNameReason(typed);
+        if (!reason.isEmpty()) {
+            messages->warning(refusedNameWarning(typed, reason));
+            return;
+        }
+    }
+    for (newTableElement *element : qAsConst(tableElements)) {
+        const QString field = element->typedFieldName();
+        const QString reason = field.isEmpty() ? QString() : invalidFieldNameReason(field);
+        if (!reason.isEmpty()) {
+            messages->warning(refusedNameWarning(field, reason));
+            return;
+        }
+    }
+
+    if (db->tableExists(name)) {
+        // Add-field mode: the columns go into the existing table.
+        for (newTableElement *element : qAsConst(tableElements)) {
+            const ColumnDefinition column = element->columnDefinition();
+            if (!column.first.isEmpty())
+                db->addColumn(name, column.first, column.second);
+        }
+        clearTableDesigner();
+        changeToUsersPage();
+        vwRecord(currentId);
+        return;
+    }
+
+    // SQLite does not tell table names apart by case: a name that differs from
+    // an existing one only in case is taken.
+    for (const QString &existing : db->getTables()) {
+        if (existing.compare(name, Qt::CaseInsensitive) == 0) {
+            messages->warning(QString::asprintf("ERRORE: Il nome '%s' è già stato usato per una tabella.\n",
+                                                toDisplayTableName(name).toUtf8().constData()));
+            return;
+        }
+    }
+
+    QList<ColumnDefinition> rows;
+    for (newTableElement *element : qAsConst(tableElements))
+        rows << element->columnDefinition();
+    if (!createNamedTable(name, newTableColumns(rows)))
+        return;
+
+    // The Id text is a single character, which insertRecord does not read as
+    // a number: the database gives the row the next free id.
+    QString iconPath = ui->leIconData->text();
+    iconPath.replace("'", "''");
+    const int rowCount = db->countRecords("settings");
+    FieldValueList settingsRow;
+    settingsRow << FieldValue(IdColumn, QString(QChar((rowCount + 1) % 256)))
+                << FieldValue("RSTRINGFORMAT_tableName", name) << FieldValue("RSTRINGFORMAT_iconPath", iconPath);
+    insertRecord("settings", settingsRow, false);
+
+    clearTableDesigner();
+    tableNames << name;
+    if (!name.contains(HiddenMarker) || showHidden) {
+        auto *button = new ListButtonForm(ui->tablesScrollContents);
+        tableButtons << button;
+        button->setName(name);
+        button->setIcon(tableIcon(name));
+        ui->listButtonLayout->addWidget(button);
+        connect(button, &ListButtonForm::changeList, this, &Tessaro::changeTable);
+    }
+    changeToUsersPage();
+    vwRecord(currentId);
+}

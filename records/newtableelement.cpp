@@ -1,0 +1,136 @@
+#include "records/newtableelement.h"
+#include "ui_newtableelement.h"
+
+#include "app/resources.h"
+#include "storage/namingscheme.h"
+
+namespace {
+const char *const LinkTag = "LINKFORMAT";
+} // namespace
+
+QStringList newTableElement::typeTags()
+{
+    return {"STRINGFORMAT", "DATEFORMAT",  "INTEGERFORMAT", "REALFORMAT", "MONEYFORMAT", "IMAGEFORMAT",
+            "PDFFORMAT",    "BOOLFORMAT",  "MAILFORMAT",    "LINKFORMAT", "URLFORMAT",   "SUBTABLEFORMAT"};
+}
+
+newTableElement::newTableElement(QWidget *parent) : QWidget(parent), ui(new Ui::newTableElement)
+{
+    loadTessaroResources();
+    ui->setupUi(this);
+
+    tags = typeTags();
+    for (const QString &tag : qAsConst(tags)) {
+        sqlTypes << sqlTypeForTag(tag);
+        ui->cbType->addItem(typeStem(tag));
+    }
+    ui->tableElementsPages->setCurrentWidget(ui->newElemPage);
+    ui->leName->setPlaceholderText("Nome del campo");
+
+    connect(ui->pbAddNew, &QPushButton::clicked, this, &newTableElement::sendNewAdd);
+    connect(ui->cbFromTable, &QCheckBox::toggled, this, &newTableElement::changeNewFieldType);
+    connect(ui->cbExistList, &QComboBox::currentTextChanged, this, &newTableElement::changeSelectedTable);
+    connect(ui->cbType, &QComboBox::currentTextChanged, this, &newTableElement::changeFieldType);
+
+    changeFieldType(ui->cbType->currentText());
+}
+
+newTableElement::~newTableElement()
+{
+    delete ui;
+}
+
+void newTableElement::setTableList(const QStringList &internalNames)
+{
+    ui->cbExistList->clear();
+    ui->cbExistList2->clear();
+    for (const QString &name : internalNames) {
+        if (isSystemTable(name))
+            continue;
+        ui->cbExistList2->addItem(toDisplayTableName(name), name);
+        // Added last: the first item reports the chosen table.
+        ui->cbExistList->addItem(toDisplayTableName(name), name);
+    }
+    changeFieldType(ui->cbType->currentText());
+}
+
+void newTableElement::setFieldList(const QStringList &columns)
+{
+    ui->cbExistField->clear();
+    ui->cbExistField->addItems(columns);
+}
+
+QString newTableElement::chosenTable() const
+{
+    return ui->cbExistList->currentData().toString();
+}
+
+QString newTableElement::chosenLinkTable() const
+{
+    return ui->cbExistList2->currentData().toString();
+}
+
+ColumnDefinition newTableElement::columnDefinition() const
+{
+    if (ui->cbFromTable->isChecked()) {
+        // A lookup column: the other table's id, shown through one of its columns.
+        const QString table = chosenTable();
+        const QString column = ui->cbExistField->currentText();
+        if (table.isEmpty() || column.isEmpty())
+            return {};
+        return {"X" + table + "_XDTX_" + column, "Integer"};
+    }
+
+    const int type = ui->cbType->currentIndex();
+    if (type < 0 || type >= tags.size())
+        return {};
+    const QString tag = tags.at(type);
+    if (tag == LinkTag && !chosenLinkTable().isEmpty())
+        return {makeColumnName("N" + tag, chosenLinkTable()), sqlTypes.at(type)};
+
+    QString name = ui->leName->text();
+    if (name.isEmpty())
+        return {};
+    name.replace(' ', '_');
+    const QString flag = ui->cbRequired->isChecked() ? "R" : "N";
+    return {makeColumnName(flag + tag, name), sqlTypes.at(type)};
+}
+
+QString newTableElement::typedFieldName() const
+{
+    if (ui->cbFromTable->isChecked())
+        return QString();
+    const int type = ui->cbType->currentIndex();
+    if (type >= 0 && type < tags.size() && tags.at(type) == LinkTag && !chosenLinkTable().isEmpty())
+        return QString();
+    return ui->leName->text();
+}
+
+void newTableElement::sendNewAdd()
+{
+    emit addNewElem();
+}
+
+void newTableElement::changeNewFieldType(bool fromTable)
+{
+    ui->tableElementsPages->setCurrentWidget(fromTable ? ui->existElemPage : ui->newElemPage);
+}
+
+void newTableElement::changeSelectedTable(const QString &table)
+{
+    // The combo shows display names; the row reports the internal one.
+    const int index = ui->cbExistList->findText(table, Qt::MatchExactly | Qt::MatchCaseSensitive);
+    const QString internal = index >= 0 ? ui->cbExistList->itemData(index).toString() : toInternalTableName(table);
+    emit changeTable(this, internal);
+}
+
+void newTableElement::changeFieldType(const QString &type)
+{
+    // A link names its table: the combo replaces the name and the flag, which
+    // are only used when there is no table to link to.
+    const bool link = type == typeStem(LinkTag);
+    const bool linkToTable = link && ui->cbExistList2->count() > 0;
+    ui->cbExistList2->setVisible(link);
+    ui->leName->setVisible(!linkToTable);
+    ui->cbRequired->setEnabled(!linkToTable);
+}

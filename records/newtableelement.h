@@ -1,0 +1,61 @@
+#ifndef NEWTABLEELEMENT_H
+#define NEWTABLEELEMENT_H
+
+#include "storage/dbconnection.h"
+
+#include <QStringList>
+#include <QWidget>
+
+namespace Ui {
+class newTableElement;
+}
+
+// One field row of the table designer. On its new-field page the user gives a
+// type, a name and the required flag (a LINK field names the linked table);
+// on its from-table page the user picks a column of another table, which gives
+// a lookup column. The row turns this into one column definition.
+class newTableElement : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit newTableElement(QWidget *parent = nullptr);
+    ~newTableElement() override;
+
+    // Offers every user table in both table combos: the display name is shown,
+    // the internal name is what the column definition uses.
+    void setTableList(const QStringList &internalNames);
+    // Full column names offered on the from-table page.
+    void setFieldList(const QStringList &columns);
+
+    // (column name, SQL type) of this row; an empty column name means the row
+    // adds nothing.
+    ColumnDefinition columnDefinition() const;
+    // The field name the user typed, when the column definition uses it;
+    // empty on the from-table page and for a link to a chosen table.
+    QString typedFieldName() const;
+
+    // Internal names of the tables chosen in the from-table and link combos.
+    QString chosenTable() const;
+    QString chosenLinkTable() const;
+
+    // Type tags offered by cbType, in its order.
+    static QStringList typeTags();
+
+signals:
+    void addNewElem();
+    void changeTable(newTableElement *element, const QString &table);
+
+public slots:
+    void sendNewAdd();
+    void changeNewFieldType(bool fromTable);
+    void changeSelectedTable(const QString &table);
+    void changeFieldType(const QString &type);
+
+private:
+    Ui::newTableElement *ui;
+    QStringList tags;     // indexed like cbType
+    QStringList sqlTypes; // SQL type of each tag, indexed alike
+};
+
+#endif // NEWTABLEELEMENT_H
