@@ -21,11 +21,13 @@ const char *const IdColumn = "RINTEGERFORMAT_Id";
 QIcon Tessaro::tableIcon(const QString &table)
 {
     const QSqlRecord row = db->findRecord(Settings, SettingsName, table);
-    if (row.isEmpty())
+    const QString path = db->getFieldValue(Settings, row, SettingsIcon).toString();
+    // A table with no row, or one designed without choosing an icon, gets the
+    // built-in icon; a stored path that names no file shows an empty icon.
+    if (row.isEmpty() || path.isEmpty())
         return QIcon(":generalIcon");
     QIcon icon;
-    icon.addFile(dbFolder + db->getFieldValue(Settings, row, SettingsIcon).toString(), QSize(), QIcon::Normal,
-                 QIcon::Off);
+    icon.addFile(dbFolder + path, QSize(), QIcon::Normal, QIcon::Off);
     return icon;
 }
 

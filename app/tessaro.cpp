@@ -88,6 +88,7 @@ Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
     ui->pbReturn->hide();
     ui->leDbName->hide();
     ui->bbNewTable->button(QDialogButtonBox::Ok)->setDefault(true);
+    ui->bbNewTable->button(QDialogButtonBox::Cancel)->setText("Annulla");
 
     nameForm = new chooseNameForm(this);
     nameForm->hide();
