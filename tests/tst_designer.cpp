@@ -5,6 +5,7 @@
 #include "records/newtableelement.h"
 #include "records/tabledesign.h"
 #include "storage/dbconnection.h"
+#include "storage/namingscheme.h"
 #include "testsupport.h"
 
 #include <QAction>
@@ -115,6 +116,7 @@ private slots:
     void refusedNamesWriteNothing_data();
     void refusedNamesWriteNothing();
     void addFieldMode();
+    void reopenedTableKeepsTypesAndFlags();
 };
 
 void TestDesigner::nameCheck_data()
@@ -431,6 +433,42 @@ void TestDesigner::addFieldMode()
     QCOMPARE(s.messages.warnings, QStringList());
     QCOMPARE(s.db().getFieldNames("Plain").last(), QString("NURLFORMAT_Sito"));
     QCOMPARE(s.db().countRecords("settings"), 0);
+}
+
+void TestDesigner::reopenedTableKeepsTypesAndFlags()
+{
+    Session s;
+    s.makeTable("Citta", {{"RSTRINGFORMAT_Nome", "text"}});
+    const QStringList types = {"STRING", "DATE", "INTEGER", "REAL", "MONEY", "IMAGE",
+                               "PDF", "BOOL", "MAIL", "URL", "SUBTABLE"};
+    s.window->newTable();
+    s.child<QLineEdit>("leTableName")->setText("Tutto");
+    for (int i = 0; i < types.size(); ++i) {
+        newTableElement *row = i == 0 ? s.row(0) : s.addRow();
+        // Every other field is required.
+        fillRow(row, QString(i % 2 ? "" : "R:") + types.at(i) + ":f" + types.at(i));
+    }
+    fillRow(s.addRow(), "LINK:Citta");
+    fillRow(s.addRow(), "LOOKUP:Citta:RSTRINGFORMAT_Nome");
+    s.window->acceptedNewTable();
+    QCOMPARE(s.messages.warnings, QStringList());
+
+    // A new session on the same file reads every type and flag back from the names alone.
+    s.window.reset();
+    s.window.reset(new Tessaro);
+    const QStringList columns = s.db().getFieldNames("Tutto");
+    QStringList readBack;
+    for (const QString &column : columns) {
+        if (column.startsWith('X'))
+            readBack << "lookup " + column.mid(1).section("_XDTX_", 0, 0) + " " + column.section("_XDTX_", 1);
+        else
+            readBack << column.left(1) + " " + typeStem(typeTagOf(column)) + " " + fieldNameOf(column);
+    }
+    QCOMPARE(readBack, (QStringList{"R INTEGER Id", "R STRING fSTRING", "N DATE fDATE", "R INTEGER fINTEGER",
+                                    "N REAL fREAL", "R MONEY fMONEY", "N LONGSTRING UserPath", "N IMAGE fIMAGE",
+                                    "R PDF fPDF", "N BOOL fBOOL", "R MAIL fMAIL", "N URL fURL",
+                                    "R SUBTABLE fSUBTABLE", "N LINK Citta", "lookup Citta RSTRINGFORMAT_Nome"}));
+    QVERIFY(buttonLabels(*s.window).contains("Tutto"));
 }
 
 QTEST_MAIN(TestDesigner)
