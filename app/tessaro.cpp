@@ -40,7 +40,14 @@ Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
     connect(ui->actionTech_Mod, &QAction::triggered, this, &Tessaro::enableTechMod);
     connect(ui->actionShow_Hidden_Tables, &QAction::triggered, this, &Tessaro::showHiddenTable);
     connect(ui->actionAdministrator_Mode, &QAction::triggered, this, &Tessaro::administratorModeEnabled);
+    connect(ui->actionClear_Selected_List, &QAction::triggered, this, &Tessaro::clearTable);
+    connect(ui->actionClear_All_Tables, &QAction::triggered, this, &Tessaro::clearAllTables);
     connect(ui->actionChange_Table_Icon, &QAction::triggered, this, &Tessaro::changeTableIcon);
+    connect(ui->pbNewUser, &QPushButton::clicked, this, &Tessaro::changeToNewUserPage);
+    connect(ui->pbDeleteUser, &QPushButton::clicked, this, &Tessaro::deleteUser);
+    connect(ui->pbSaveNewUser, &QPushButton::clicked, this, &Tessaro::newRecord);
+    connect(ui->pbEditUser, &QPushButton::clicked, this, &Tessaro::updateUser);
+    connect(ui->pbCancelEdit, &QPushButton::clicked, this, &Tessaro::changeToUsersPage);
     connect(ui->actionTool, &QAction::triggered, this, &Tessaro::about);
     connect(ui->actionDelete_All_Database, &QAction::triggered, this, &Tessaro::deleteAll);
     connect(ui->actionExit, &QAction::triggered, this, &Tessaro::close);
