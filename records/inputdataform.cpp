@@ -136,6 +136,11 @@ void inputDataForm::setSpinBox(bool show, int value)
     }
 }
 
+void inputDataForm::setLineEditReadOnly(bool on)
+{
+    ui->leData->setReadOnly(on);
+}
+
 void inputDataForm::setImageButton(bool show)
 {
     imageButtonShown = show;
@@ -164,6 +169,7 @@ void inputDataForm::setValue(const QString &type, const QVariant &stored)
         setImageButton(false);
         setPdfButton(false);
         ui->lbType->hide();
+        ui->leData->setReadOnly(false);
     };
 
     if (type == "BOOL") {

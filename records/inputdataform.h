@@ -32,6 +32,8 @@ public:
     void setDateEdit(bool show, const QDate &date);
     void setSpinBox(bool show, int value);
     void setImageButton(bool show);
+    // A shown value the user may read but not change (a link's table name).
+    void setLineEditReadOnly(bool on);
     void setPdfButton(bool show);
 
     bool isTitleShown() const { return titleShown; }

@@ -101,6 +101,12 @@ void Tessaro::buildRecordPage(int id, bool newPage)
         }
 
         editor->setValue(type, value);
+        if (type == "LINK") {
+            // The editor shows nothing for a link; the page shows the linked
+            // table's name, which is what saving writes.
+            editor->setLineEdit(true, value.toString());
+            editor->setLineEditReadOnly(true);
+        }
         if (field == "UserPath")
             userPath = value.toString();
         if ((field != "UserPath" && field != "Id") || techMode)
