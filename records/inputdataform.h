@@ -71,6 +71,9 @@ public:
     void setCondition(const QString &word);
     QString connector() const;
     void setConnector(const QString &word);
+    // Whether a record's value passes this editor's condition (always true
+    // while the field takes no part in the filter).
+    bool compareWithFilter(const QString &type, const QVariant &recordValue) const;
 
     // Folder texts handed to the image dialog and used for PDF copies:
     // the record's folder ("TABLES_DOC/...") and the database file's folder.

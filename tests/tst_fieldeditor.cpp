@@ -30,6 +30,8 @@ private slots:
     void title();
     void conditionAndConnector();
     void activeFlagFollowsEditsAndButtons();
+    void compareWithFilter_data();
+    void compareWithFilter();
 };
 
 static QLineEdit *lineEdit(inputDataForm &f)
@@ -210,6 +212,15 @@ void FieldEditorTest::linkKeepsItsValueAndLookupGivesTheKey()
     lookup.setComboIndex(1);
     QCOMPARE(lookup.value(), QString("1"));
     QCOMPARE(lookup.comboItems().size(), 4);
+
+    // As a filter a lookup compares the record's id with the chosen key.
+    lookup.setColumnName("XClienti_XDTX_RSTRINGFORMAT_Nome");
+    lookup.setComboIndex(2);
+    lookup.setCondition("Equal");
+    QVERIFY(lookup.compareWithFilter("_XDTX_", 3));
+    QVERIFY(!lookup.compareWithFilter("_XDTX_", 1));
+    lookup.setCondition("Minor");
+    QVERIFY(lookup.compareWithFilter("_XDTX_", 1));
 }
 
 void FieldEditorTest::title_data()
@@ -292,6 +303,63 @@ void FieldEditorTest::activeFlagFollowsEditsAndButtons()
     combo.setComboIndex(0);
     QCOMPARE(combo.isActive(), 0);
     QCOMPARE(combo.condition(), QString("NoCondition"));
+}
+
+void FieldEditorTest::compareWithFilter_data()
+{
+    QTest::addColumn<QString>("type");
+    QTest::addColumn<QString>("input"); // what the user entered on the filter page
+    QTest::addColumn<QString>("condition");
+    QTest::addColumn<QString>("record");
+    QTest::addColumn<bool>("passes");
+
+    QTest::newRow("string equal is case-sensitive") << "STRING" << "rossi" << "Equal" << "Rossi" << false;
+    QTest::newRow("string major means contains") << "STRING" << "oss" << "Major" << "Rossi" << true;
+    QTest::newRow("string minor means contains") << "STRING" << "oss" << "Minor" << "Rossi" << true;
+    QTest::newRow("string empty contained") << "MAIL" << "" << "Major" << "a@b.it" << true;
+    QTest::newRow("string doubled quote differs") << "STRING" << "O'Brien" << "Equal" << "O''Brien" << false;
+    QTest::newRow("string disequal") << "URL" << "x" << "Disequal" << "y" << true;
+    QTest::newRow("bool major is equal") << "BOOL" << "TRUE" << "Major" << "TRUE" << true;
+    QTest::newRow("bool minor is equal") << "BOOL" << "TRUE" << "Minor" << "FALSE" << false;
+    QTest::newRow("bool disequal") << "BOOL" << "FALSE" << "Disequal" << "TRUE" << true;
+    QTest::newRow("date later") << "DATE" << "01/02/2020" << "Major" << "15/03/2020" << true;
+    QTest::newRow("date earlier") << "DATE" << "01/02/2020" << "Minor" << "15/03/2020" << false;
+    QTest::newRow("date equal") << "DATE" << "01/02/2020" << "Equal" << "01/02/2020" << true;
+    QTest::newRow("integer major") << "INTEGER" << "10" << "Major" << "11" << true;
+    QTest::newRow("integer minor") << "INTEGER" << "10" << "Minor" << "11" << false;
+    QTest::newRow("money equal") << "MONEY" << "12.5" << "Equal" << "12.500000" << true;
+    QTest::newRow("real minor") << "REAL" << "3" << "Minor" << "2.5" << true;
+    QTest::newRow("image never excludes") << "IMAGE" << "x" << "Equal" << "y" << true;
+    QTest::newRow("link never excludes") << "LINK" << "x" << "Equal" << "y" << true;
+}
+
+void FieldEditorTest::compareWithFilter()
+{
+    QFETCH(QString, type);
+    QFETCH(QString, input);
+    QFETCH(QString, condition);
+    QFETCH(QString, record);
+    QFETCH(bool, passes);
+
+    inputDataForm f;
+    f.setFilterMode(true);
+    f.setValue(type, QString());
+    f.setActive();
+    if (type == "BOOL")
+        f.findChild<QCheckBox *>("cbData")->setChecked(input == "TRUE");
+    else if (type == "DATE")
+        f.findChild<QDateEdit *>("deData")->setDate(QDate::fromString(input, "dd/MM/yyyy"));
+    else if (type == "INTEGER")
+        f.findChild<QSpinBox *>("sbNum")->setValue(input.toInt());
+    else
+        f.findChild<QLineEdit *>("leData")->setText(input);
+    f.activated(); // the user picked the field
+    f.setCondition(condition);
+    QCOMPARE(f.compareWithFilter(type, record), passes);
+
+    // A field that takes no part lets every record through.
+    f.setActive();
+    QVERIFY(f.compareWithFilter(type, record));
 }
 
 QTEST_MAIN(FieldEditorTest)
