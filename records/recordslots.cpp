@@ -73,7 +73,9 @@ void Tessaro::buildRecordPage(int id, bool newPage)
         const QString field = formatAt >= 0 ? rest.mid(formatAt + int(strlen("FORMAT_"))) : QString();
         QVariant value = db->getFieldValue(currentTable, record, column);
 
-        editor->setTitle(true, field);
+        // A column of a foreign database, named outside the scheme, is titled
+        // by its whole name.
+        editor->setTitle(true, formatAt >= 0 ? field : column);
         editor->setColumnName(column);
 
         // A link column always holds the name of the table it links to.

@@ -129,7 +129,6 @@ void FieldEditorTest::dates()
 
     f.findChild<QDateEdit *>("deData")->setDate(QDate(1990, 5, 3));
     QCOMPARE(f.value(), QString("03/05/1990"));
-    QCOMPARE(f.findChild<QDateEdit *>("deData")->displayFormat(), QString("dd/MM/yyyy"));
 }
 
 void FieldEditorTest::booleansAndIntegers()
@@ -150,8 +149,6 @@ void FieldEditorTest::booleansAndIntegers()
     QCOMPARE(f.value(), QString("40"));
     f.setValue("INTEGER", QString("abc"));
     QCOMPARE(f.value(), QString("0"));
-    QCOMPARE(f.findChild<QSpinBox *>("sbNum")->minimum(), -999999999);
-    QCOMPARE(f.findChild<QSpinBox *>("sbNum")->maximum(), 999999999);
 }
 
 void FieldEditorTest::shownControlPerType_data()
@@ -159,14 +156,11 @@ void FieldEditorTest::shownControlPerType_data()
     QTest::addColumn<QString>("type");
     QTest::addColumn<QString>("shown"); // l=line edit c=check box d=date s=spin i=image p=pdf
 
-    QTest::newRow("BOOL") << "BOOL" << "c";
     QTest::newRow("DATE") << "DATE" << "d";
     QTest::newRow("INTEGER") << "INTEGER" << "s";
-    QTest::newRow("REAL") << "REAL" << "l";
     QTest::newRow("MONEY") << "MONEY" << "l";
     QTest::newRow("IMAGE") << "IMAGE" << "li";
     QTest::newRow("PDF") << "PDF" << "lp";
-    QTest::newRow("MAIL") << "MAIL" << "l";
     QTest::newRow("LINK") << "LINK" << "";
     QTest::newRow("lookup") << "_XDTX_" << "";
 }
