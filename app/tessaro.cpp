@@ -42,7 +42,14 @@ Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
     connect(ui->actionTech_Mod, &QAction::triggered, this, &Tessaro::enableTechMod);
     connect(ui->actionShow_Hidden_Tables, &QAction::triggered, this, &Tessaro::showHiddenTable);
     connect(ui->actionAdministrator_Mode, &QAction::triggered, this, &Tessaro::administratorModeEnabled);
+    connect(ui->actionClear_Selected_List, &QAction::triggered, this, &Tessaro::clearTable);
+    connect(ui->actionClear_All_Tables, &QAction::triggered, this, &Tessaro::clearAllTables);
     connect(ui->actionChange_Table_Icon, &QAction::triggered, this, &Tessaro::changeTableIcon);
+    connect(ui->pbNewUser, &QPushButton::clicked, this, &Tessaro::changeToNewUserPage);
+    connect(ui->pbDeleteUser, &QPushButton::clicked, this, &Tessaro::deleteUser);
+    connect(ui->pbSaveNewUser, &QPushButton::clicked, this, &Tessaro::newRecord);
+    connect(ui->pbEditUser, &QPushButton::clicked, this, &Tessaro::updateUser);
+    connect(ui->pbCancelEdit, &QPushButton::clicked, this, &Tessaro::changeToUsersPage);
     connect(ui->bbNewTable, &QDialogButtonBox::accepted, this, &Tessaro::acceptedNewTable);
     connect(ui->bbNewTable, &QDialogButtonBox::rejected, this, &Tessaro::cancelNewTable);
     connect(ui->pbIconImage, &QPushButton::clicked, this, &Tessaro::addTableIcon);

@@ -16,6 +16,7 @@ class chooseNameForm;
 class progressBarForm;
 class ListButtonForm;
 class newTableElement;
+class inputDataForm;
 
 // The main window and the program's one controller: it owns the database
 // connection, every page, the dialogs and the widgets made at run time.
@@ -58,10 +59,14 @@ public:
     void reportProgress(int step, int total);
     void copyIconToDataFolder(const QString &file, QString *storedPath);
 
-    // Record saving (records/recordslots.cpp)
+    // Record page (records/recordslots.cpp)
     int insertRecord(const QString &table, FieldValueList fields, bool importing);
     bool updateRecord(int id, const FieldValueList &fields);
+    void buildRecordPage(int id, bool newPage);
     bool showDuplicateError = true;
+    bool editMode = false;               // the record page edits an existing record
+    QList<inputDataForm *> inputForms;   // one editor per column of the current table
+    int columnCount = 0;                 // columns of the current table at the last page build
 
     // Table designer (records/designerslots.cpp)
     const QList<newTableElement *> &newTableElements() const { return tableElements; }
@@ -98,6 +103,13 @@ public slots:
     void addTableIcon();
     void acceptedNewTable();
     void cancelNewTable();
+    // Record page (records/recordslots.cpp)
+    void changeToNewUserPage();
+    void updateUser();
+    void newRecord();
+    void deleteUser();
+    void clearTable();
+    void clearAllTables();
 
 private:
     void chooseAndOpenDb(bool create);
@@ -106,6 +118,7 @@ private:
     void discardFilterButtons();
     void clearRecordView();
     void setTableHeader(const QString &table);
+    void discardRecordPage();
 
     Ui::Tessaro *ui;
     DbConnection *db = nullptr;

@@ -2,13 +2,210 @@
 #include "app/tessaro.h"
 #include "ui_tessaro.h"
 
+#include "records/inputdataform.h"
 #include "storage/messagehandler.h"
 #include "storage/namingscheme.h"
+
+#include <QHash>
 
 namespace {
 const char *const IdColumn = "RINTEGERFORMAT_Id";
 const char *const UserPathColumn = "NLONGSTRINGFORMAT_UserPath";
+const char *const LookupMarker = "_XDTX_";
+const char *const RepeatMarker = "_XMLTYX_";
+
+QByteArray u8(const QString &text)
+{
+    return text.toUtf8();
+}
 } // namespace
+
+void Tessaro::changeToNewUserPage()
+{
+    editMode = false;
+    buildRecordPage(db->getMaxId(currentTable) + 1, true);
+    ui->stPages->setCurrentWidget(ui->newUserPage);
+    ui->lbEdit->setText("Aggiungi");
+}
+
+void Tessaro::updateUser()
+{
+    editMode = true;
+    ui->lbEdit->setText("Modifica");
+    if (!db->idExists(currentTable, currentId)) {
+        MessageHandler::current()->warning("ERRORE: Record non trovato!");
+        return;
+    }
+    buildRecordPage(currentId, false);
+    ui->stPages->setCurrentWidget(ui->newUserPage);
+}
+
+void Tessaro::discardRecordPage()
+{
+    for (inputDataForm *editor : qAsConst(inputForms)) {
+        ui->inputLayout->removeWidget(editor);
+        delete editor;
+    }
+    inputForms.clear();
+}
+
+void Tessaro::buildRecordPage(int id, bool newPage)
+{
+    discardRecordPage();
+    const QStringList columns = db->getFieldNames(currentTable);
+    columnCount = columns.size();
+    const QSqlRecord record = db->getRecordById(currentTable, id);
+
+    // The record's folder as read so far: the UserPath column comes before
+    // the image and PDF columns of every table the designer makes.
+    QString userPath;
+    QHash<QString, QStringList> lookupItems; // other table -> combo items
+
+    for (const QString &column : columns) {
+        auto *editor = new inputDataForm(ui->inputContents);
+        // Every column gets an editor, shown or not, so that the editors and
+        // the columns stay parallel.
+        inputForms << editor;
+
+        const QString rest = column.mid(1);
+        const int formatAt = rest.indexOf("FORMAT_");
+        const QString type = formatAt >= 0 ? rest.left(formatAt) : rest;
+        const QString field = formatAt >= 0 ? rest.mid(formatAt + int(strlen("FORMAT_"))) : QString();
+        QVariant value = db->getFieldValue(currentTable, record, column);
+
+        // A column of a foreign database, named outside the scheme, is titled
+        // by its whole name.
+        editor->setTitle(true, formatAt >= 0 ? field : column);
+        editor->setColumnName(column);
+
+        // A link column always holds the name of the table it links to.
+        if (type.contains("LINK"))
+            value = fieldNameOf(column);
+
+        if (column.startsWith('X')) {
+            const int markerAt = rest.indexOf(LookupMarker);
+            const QString otherTable = markerAt >= 0 ? rest.left(markerAt) : rest;
+            if (!lookupItems.contains(otherTable)) {
+                QStringList items("---");
+                for (const QSqlRecord &other : db->getAllRecords(otherTable))
+                    items << other.value(0).toString() + " " + other.value(1).toString();
+                lookupItems.insert(otherTable, items);
+            }
+            editor->setValue(LookupMarker, value);
+            editor->setComboBox(true, lookupItems.value(otherTable));
+            editor->selectLookupItem(value.toString());
+            ui->inputLayout->addWidget(editor);
+            continue;
+        }
+        if (type == "SUBTABLE" || (newPage && (type == "IMAGE" || type == "PDF"))) {
+            editor->hide();
+            continue;
+        }
+
+        editor->setValue(type, value);
+        if (type == "LINK") {
+            // The editor shows nothing for a link; the page shows the linked
+            // table's name, which is what saving writes.
+            editor->setLineEdit(true, value.toString());
+            editor->setLineEditReadOnly(true);
+        }
+        if (field == "UserPath")
+            userPath = value.toString();
+        if ((field != "UserPath" && field != "Id") || techMode)
+            ui->inputLayout->addWidget(editor);
+        else
+            editor->hide();
+        if (type == "IMAGE" || type == "PDF") {
+            editor->setUserPath(userPath);
+            editor->setDbFolder(dbFolder);
+        }
+    }
+}
+
+void Tessaro::newRecord()
+{
+    FieldValueList fields;
+    bool incomplete = false;
+    QString missing;
+    for (inputDataForm *editor : qAsConst(inputForms)) {
+        const QString column = editor->columnName();
+        const QString value = editor->value();
+        fields << FieldValue(column, value);
+        if (column.startsWith('R') && value.isEmpty()) {
+            // Reported by the first word of its name; the last one missing wins.
+            missing = column.section('_', 1, 1);
+            incomplete = true;
+        }
+    }
+
+    if (incomplete) {
+        const int marker = missing.indexOf(RepeatMarker);
+        if (marker >= 0)
+            missing.remove(marker, int(strlen(RepeatMarker)));
+        MessageHandler::current()->warning(
+            QString::asprintf("Compila il campo %s prima di salvare il nuovo Record!", u8(missing).constData()));
+        return;
+    }
+
+    bool saved;
+    if (editMode) {
+        saved = updateRecord(currentId, fields);
+        editMode = false;
+    } else {
+        const int id = insertRecord(currentTable, fields, false);
+        saved = id > 0;
+        if (saved)
+            currentId = id;
+    }
+    if (saved) {
+        changeToUsersPage();
+        vwRecord(currentId);
+    }
+    if (ui->pbSort->isChecked())
+        ui->userListWidget->sortItems(Qt::AscendingOrder);
+}
+
+void Tessaro::deleteUser()
+{
+    if (!MessageHandler::current()->question("Eliminare questo elemento?"))
+        return;
+    // The record's folder of attachments and its subtables stay where they are.
+    db->deleteRecord(currentTable, currentId);
+    changeToUsersPage();
+    if (ui->userListWidget->count() > 0) {
+        // Selecting the first item makes its record current and shows it.
+        currentRow = 0;
+        ui->userListWidget->setCurrentRow(0);
+    } else {
+        clearRecordView();
+    }
+}
+
+void Tessaro::clearTable()
+{
+    if (!MessageHandler::current()->question(QString::asprintf(
+            "Eliminare tutti gli elementi di %s?", u8(toDisplayTableName(currentTable)).constData())))
+        return;
+    db->clearTable(currentTable);
+    changeTable(currentTable);
+}
+
+void Tessaro::clearAllTables()
+{
+    if (!MessageHandler::current()->question("Eliminare tutti gli elementi in tutto il database?"))
+        return;
+    // Every user table is emptied; the program's own tables (icons, saved
+    // filters, subtable configurations) keep their rows.
+    bool cleared = false;
+    for (const QString &table : qAsConst(tableNames)) {
+        if (isSystemTable(table))
+            continue;
+        db->clearTable(table);
+        cleared = true;
+    }
+    if (cleared)
+        changeTable(currentTable);
+}
 
 int Tessaro::insertRecord(const QString &table, FieldValueList fields, bool importing)
 {
@@ -46,8 +243,10 @@ int Tessaro::insertRecord(const QString &table, FieldValueList fields, bool impo
         QString composed;
         if (first.first.startsWith('X')) {
             const QString lookup = first.first.mid(1);
-            const QString otherTable = lookup.section("_XDTX_", 0, 0);
-            const QString otherColumn = lookup.section("_XDTX_", 1).section("_XMLTYX_", 0, 0);
+            const int markerAt = lookup.indexOf(LookupMarker);
+            const QString otherTable = lookup.left(markerAt);
+            const QString otherColumn =
+                lookup.mid(markerAt + int(strlen(LookupMarker))).section(RepeatMarker, 0, 0);
             const QSqlRecord other = db->getRecordById(otherTable, first.second.toInt());
             composed = table + "_" + db->getFieldValue(otherTable, other, otherColumn).toString();
         } else {

@@ -274,6 +274,18 @@ bool DbConnection::nameInFirstColumn(const QString &table, const QString &text)
     return false;
 }
 
+QList<QSqlRecord> DbConnection::getAllRecords(const QString &table)
+{
+    QList<QSqlRecord> rows;
+    QSqlQuery q(db);
+    q.setForwardOnly(true);
+    if (!q.exec(QString::asprintf("SELECT * FROM %s", u8(sqlName(table)).constData())))
+        return rows;
+    while (q.next())
+        rows << q.record();
+    return rows;
+}
+
 bool DbConnection::execWrite(const QString &statement, QString *error)
 {
     QSqlQuery q(db);

@@ -43,6 +43,8 @@ public:
     int countColumnsNamed(const QString &table, const QString &column, bool ignoreRepeatSuffix);
     bool hasColumnContaining(const QString &text, const QString &table);
     bool nameInFirstColumn(const QString &table, const QString &text);
+    // Every row of the table in natural (insertion) order, read in one pass.
+    QList<QSqlRecord> getAllRecords(const QString &table);
 
     // Writing
     bool createTable(const QString &table, const QList<ColumnDefinition> &columns);

@@ -1,0 +1,476 @@
+#include "records/inputdataform.h"
+#include "ui_inputdataform.h"
+
+#include "app/resources.h"
+#include "records/imagebox.h"
+#include "storage/messagehandler.h"
+
+namespace {
+const char *const RepeatMarker = "_XMLTYX_";
+const char *const LookupWord = "_XDTX_";
+} // namespace
+
+inputDataForm::inputDataForm(QWidget *parent) : QWidget(parent), ui(new Ui::inputDataForm)
+{
+    loadTessaroResources();
+    ui->setupUi(this);
+
+    for (QWidget *w : {static_cast<QWidget *>(ui->pbViewImage), static_cast<QWidget *>(ui->pbViewPdf),
+                       static_cast<QWidget *>(ui->leData), static_cast<QWidget *>(ui->cbData),
+                       static_cast<QWidget *>(ui->cboxData), static_cast<QWidget *>(ui->deData),
+                       static_cast<QWidget *>(ui->sbNum), static_cast<QWidget *>(ui->buttonFrame),
+                       static_cast<QWidget *>(ui->buttonFrame2), static_cast<QWidget *>(ui->lbType),
+                       static_cast<QWidget *>(ui->compareFrame)})
+        w->hide();
+    active = 0;
+    ui->pbNoFilter->setChecked(true);
+    ui->pbAnd->setChecked(true);
+    // A date edit cannot be empty: 1 January 1753 stands for "no date".
+    ui->deData->setDate(QDate(1753, 1, 1));
+    sentinelDateText = ui->deData->text();
+
+    imageDialog = new ImageBox(this);
+    imageDialog->setViewOnly(false);
+    imageDialog->hide();
+
+    ui->pbViewImage->setText("Visualizza");
+    ui->pbViewImage->setToolTip("Visualizza Immagine");
+    ui->pbViewPdf->setText("Aggiungi/Sostituisci");
+    ui->pbViewPdf->setToolTip("Aggiungi/Sostituisci PDF");
+
+    connect(ui->pbViewImage, &QPushButton::clicked, this, &inputDataForm::viewImageBox);
+    connect(ui->pbViewPdf, &QPushButton::clicked, this, &inputDataForm::addPdf);
+    connect(imageDialog, &ImageBox::acceptedFile, this, &inputDataForm::setNewImage);
+    connect(ui->cbData, &QCheckBox::toggled, this, &inputDataForm::activated);
+    connect(ui->cboxData, QOverload<int>::of(&QComboBox::currentIndexChanged), this, &inputDataForm::cbActivated);
+    connect(ui->deData, &QDateEdit::dateChanged, this, &inputDataForm::activated);
+    connect(ui->leData, &QLineEdit::textChanged, this, &inputDataForm::activated);
+    connect(ui->sbNum, QOverload<int>::of(&QSpinBox::valueChanged), this, &inputDataForm::activated);
+    connect(ui->pbEqual, &QPushButton::pressed, this, &inputDataForm::activatedByButton);
+    connect(ui->pbMajor, &QPushButton::pressed, this, &inputDataForm::activatedByButton);
+    connect(ui->pbMinor, &QPushButton::pressed, this, &inputDataForm::activatedByButton);
+    // "!=" only selects its condition: the flag follows the first edit of the value.
+    connect(ui->pbNoFilter, &QPushButton::pressed, this, &inputDataForm::deactivatedByButton);
+    connect(ui->pbPlus, &QPushButton::clicked, this, &inputDataForm::intPlus);
+    connect(ui->pbMinus, &QPushButton::clicked, this, &inputDataForm::intMinus);
+}
+
+inputDataForm::~inputDataForm()
+{
+    delete ui;
+}
+
+void inputDataForm::setTitle(bool show, const QString &name)
+{
+    bareFieldName = name;
+    titleShown = show;
+    if (!show) {
+        ui->lbTitle->hide();
+        return;
+    }
+    // A repeated field (Prezzo_XMLTYX_2) is titled Prezzo2: the marker goes.
+    QString title = name;
+    const int marker = title.indexOf(RepeatMarker);
+    if (marker >= 0)
+        title.remove(marker, int(strlen(RepeatMarker)));
+    title.replace('_', ' ');
+    ui->lbTitle->setText(title);
+    ui->lbTitle->show();
+}
+
+void inputDataForm::setLineEdit(bool show, const QString &text)
+{
+    lineEditShown = show;
+    if (show) {
+        ui->leData->setText(text);
+        ui->leData->show();
+    } else {
+        ui->leData->hide();
+    }
+}
+
+void inputDataForm::setCheckBox(bool show, bool checked, const QString &caption)
+{
+    checkBoxShown = show;
+    if (show) {
+        ui->cbData->setChecked(checked);
+        ui->cbData->setText(caption);
+        ui->cbData->show();
+    } else {
+        ui->cbData->hide();
+    }
+}
+
+void inputDataForm::setComboBox(bool show, const QStringList &items)
+{
+    comboBoxShown = show;
+    if (show) {
+        ui->cboxData->insertItems(0, items);
+        ui->cboxData->show();
+    } else {
+        ui->cboxData->hide();
+    }
+}
+
+void inputDataForm::setDateEdit(bool show, const QDate &date)
+{
+    dateEditShown = show;
+    if (show) {
+        ui->deData->setDate(date);
+        ui->deData->show();
+    } else {
+        ui->deData->hide();
+    }
+}
+
+void inputDataForm::setSpinBox(bool show, int value)
+{
+    spinBoxShown = show;
+    if (show) {
+        ui->sbNum->setValue(value);
+        ui->sbNum->show();
+        ui->buttonFrame->show();
+    } else {
+        ui->sbNum->hide();
+        ui->buttonFrame->hide();
+    }
+}
+
+void inputDataForm::setLineEditReadOnly(bool on)
+{
+    ui->leData->setReadOnly(on);
+}
+
+void inputDataForm::setImageButton(bool show)
+{
+    imageButtonShown = show;
+    ui->pbViewImage->setVisible(show);
+}
+
+void inputDataForm::setPdfButton(bool show)
+{
+    pdfButtonShown = show;
+    ui->pbViewPdf->setVisible(show);
+}
+
+void inputDataForm::setValue(const QString &type, const QVariant &stored)
+{
+    typeWord = type;
+    const QString text = stored.toString();
+
+    // Hides every value control; each type then shows its own.
+    auto hideAll = [this](bool keepCombo) {
+        setLineEdit(false, QString());
+        setCheckBox(false, false, QString());
+        setDateEdit(false, QDate());
+        setSpinBox(false, 0);
+        if (!keepCombo)
+            setComboBox(false, QStringList());
+        setImageButton(false);
+        setPdfButton(false);
+        ui->lbType->hide();
+        ui->leData->setReadOnly(false);
+    };
+
+    if (type == "BOOL") {
+        hideAll(false);
+        setCheckBox(true, text == "TRUE", QString());
+    } else if (type == "DATE") {
+        hideAll(false);
+        // A text that is no date keeps the date shown before.
+        const QDate date = QDate::fromString(text, "dd/MM/yyyy");
+        dateEditShown = true;
+        if (date.isValid())
+            ui->deData->setDate(date);
+        ui->deData->show();
+    } else if (type == "INTEGER") {
+        hideAll(false);
+        setSpinBox(true, stored.toInt());
+    } else if (type == "REAL") {
+        hideAll(false);
+        setLineEdit(true, text);
+    } else if (type == "MONEY") {
+        hideAll(false);
+        ui->lbType->setText(QString::fromUtf8("€"));
+        ui->lbType->show();
+        setLineEdit(true, text.isEmpty() ? QString() : QString::asprintf("%.2f", stored.toDouble()));
+    } else if (type == "IMAGE") {
+        hideAll(false);
+        setLineEdit(true, text);
+        imageFile = text;
+        setImageButton(true);
+    } else if (type == "PDF") {
+        hideAll(false);
+        setLineEdit(true, text);
+        pdfFile = text;
+        setPdfButton(true);
+    } else if (type == "STRING" || type == "LONGSTRING" || type == "SUBTABLE" || type == "MAIL" || type == "URL") {
+        hideAll(false);
+        setLineEdit(true, text);
+    } else if (type == "LINK") {
+        hideAll(false);
+        linkValue = text;
+    } else if (type.contains(LookupWord)) {
+        // The owner fills the items next and selects the stored key.
+        hideAll(true);
+        ui->cboxData->setCurrentIndex(stored.toInt());
+    } else {
+        hideAll(false);
+        setLineEdit(true, text);
+    }
+}
+
+QString inputDataForm::value()
+{
+    const QString &t = typeWord;
+    if (t == "BOOL")
+        return ui->cbData->isChecked() ? "TRUE" : "FALSE";
+    if (t == "DATE")
+        return dateText();
+    if (t == "INTEGER")
+        return QString::asprintf("%d", ui->sbNum->value());
+    if (t == "REAL" || t == "MONEY")
+        return QString::asprintf("%f", numberValue());
+    if (t == "IMAGE")
+        return imageFile;
+    if (t == "PDF")
+        return pdfFile;
+    if (t == "STRING" || t == "LONGSTRING" || t == "SUBTABLE")
+        return ui->leData->text().simplified().replace("'", "''");
+    // Addresses keep their quotes as typed.
+    if (t == "MAIL" || t == "URL")
+        return ui->leData->text().simplified();
+    if (t == "LINK")
+        return linkValue;
+    if (t == LookupWord)
+        return ui->cboxData->currentText().section(' ', 0, 0);
+    return ui->leData->text().simplified();
+}
+
+double inputDataForm::numberValue()
+{
+    QString text = ui->leData->text();
+    text.remove(' ');
+    text.replace(',', '.');
+    bool ok = false;
+    const double number = text.toDouble(&ok);
+    if (ok)
+        return number;
+    if (active == 1)
+        MessageHandler::current()->warning("ERRORE: Valore numerico non valido");
+    return 0.0;
+}
+
+QString inputDataForm::dateText() const
+{
+    const QString text = ui->deData->text();
+    return text == sentinelDateText ? QString() : text;
+}
+
+bool inputDataForm::isChecked() const
+{
+    return ui->cbData->isChecked();
+}
+
+QString inputDataForm::checkBoxText() const
+{
+    return ui->cbData->text();
+}
+
+QString inputDataForm::comboText() const
+{
+    return ui->cboxData->currentText();
+}
+
+int inputDataForm::spinValue() const
+{
+    return ui->sbNum->value();
+}
+
+void inputDataForm::setComboIndex(int index)
+{
+    ui->cboxData->setCurrentIndex(index);
+}
+
+void inputDataForm::setComboText(const QString &text)
+{
+    ui->cboxData->setCurrentText(text);
+}
+
+void inputDataForm::selectLookupItem(const QString &key)
+{
+    // Items read "id firstfield"; the last item with that id wins.
+    for (int i = 0; i < ui->cboxData->count(); ++i) {
+        if (ui->cboxData->itemText(i).section(' ', 0, 0) == key)
+            ui->cboxData->setCurrentIndex(i);
+    }
+}
+
+QStringList inputDataForm::comboItems() const
+{
+    QStringList items;
+    for (int i = 0; i < ui->cboxData->count(); ++i)
+        items << ui->cboxData->itemText(i);
+    return items;
+}
+
+void inputDataForm::setFilterMode(bool on)
+{
+    ui->compareFrame->setVisible(on);
+    ui->buttonFrame2->setVisible(on);
+}
+
+void inputDataForm::setActive()
+{
+    active = 0;
+    ui->pbNoFilter->setChecked(true);
+}
+
+QString inputDataForm::condition() const
+{
+    if (ui->pbEqual->isChecked())
+        return "Equal";
+    if (ui->pbDiff->isChecked())
+        return "Disequal";
+    if (ui->pbMajor->isChecked())
+        return "Major";
+    if (ui->pbMinor->isChecked())
+        return "Minor";
+    return "NoCondition";
+}
+
+void inputDataForm::setCondition(const QString &word)
+{
+    // The buttons are auto-exclusive: the checked one cannot be unchecked
+    // directly, it clears when another one is checked.
+    for (QPushButton *b : {ui->pbEqual, ui->pbMajor, ui->pbMinor, ui->pbNoFilter})
+        b->setChecked(false);
+    if (word == "Equal")
+        ui->pbEqual->setChecked(true);
+    else if (word == "Disequal")
+        ui->pbDiff->setChecked(true);
+    else if (word == "Major")
+        ui->pbMajor->setChecked(true);
+    else if (word == "Minor")
+        ui->pbMinor->setChecked(true);
+    else
+        ui->pbNoFilter->setChecked(true);
+}
+
+QString inputDataForm::connector() const
+{
+    if (!ui->pbAnd->isChecked() && ui->pbOr->isChecked())
+        return "Or";
+    return "And";
+}
+
+void inputDataForm::setConnector(const QString &word)
+{
+    // Any word but exactly "And" or "Or" leaves the previous choice checked.
+    ui->pbAnd->setChecked(false);
+    ui->pbOr->setChecked(false);
+    if (word == "And")
+        ui->pbAnd->setChecked(true);
+    else if (word == "Or")
+        ui->pbOr->setChecked(true);
+}
+
+bool inputDataForm::compareWithFilter(const QString &type, const QVariant &recordValue) const
+{
+    if (active == 0)
+        return true;
+    const QString word = condition();
+    if (word == "NoCondition")
+        return true;
+    const bool equal = word == "Equal", different = word == "Disequal", major = word == "Major";
+    const QString r = recordValue.toString();
+    const QString f = ui->leData->text();
+
+    if (type == "BOOL") {
+        // Major and Minor mean Equal on a check box.
+        const bool same = QVariant(r).toBool() == ui->cbData->isChecked();
+        return different ? !same : same;
+    }
+    if (type == "DATE") {
+        const QDate rd = QDate::fromString(r, "dd/MM/yyyy");
+        const QDate fd = QDate::fromString(ui->deData->text(), "dd/MM/yyyy");
+        return equal ? rd == fd : different ? rd != fd : major ? rd > fd : rd < fd;
+    }
+    if (type == "INTEGER") {
+        const int ri = r.toInt(), fi = ui->sbNum->value();
+        return equal ? ri == fi : different ? ri != fi : major ? ri > fi : ri < fi;
+    }
+    if (type == "REAL" || type == "MONEY") {
+        const double rn = r.toDouble(), fn = f.toDouble();
+        return equal ? rn == fn : different ? rn != fn : major ? rn > fn : rn < fn;
+    }
+    if (type == "IMAGE" || type == "PDF" || type == "SUBTABLE" || type == "LINK")
+        return true;
+    const bool textType = type == "STRING" || type == "LONGSTRING" || type == "MAIL" || type == "URL";
+    if (!textType && columnFullName.contains(LookupWord)) {
+        // A lookup compares record ids: the chosen item's key.
+        const int ri = r.toInt(), fi = ui->cboxData->currentText().section(' ', 0, 0).toInt();
+        return equal ? ri == fi : different ? ri != fi : major ? ri > fi : ri < fi;
+    }
+    // Text: Major and Minor both mean "contains", case-sensitive.
+    return equal ? r == f : different ? r != f : r.contains(f);
+}
+
+void inputDataForm::viewImageBox()
+{
+    imageDialog->setModal(true);
+    imageDialog->setUserPath(recordFolder);
+    imageDialog->setDbFolder(documentsBase);
+    imageDialog->showImage(imageFile);
+    imageDialog->show();
+}
+
+void inputDataForm::addPdf()
+{
+    const QString file = MessageHandler::current()->openFileName(this, "Open File", "/home", "Pdf (*.pdf)");
+    pdfFile = copyAttachment(file, documentsBase, recordFolder);
+    ui->leData->setText(pdfFile);
+}
+
+void inputDataForm::setNewImage(const QString &fileName)
+{
+    imageFile = fileName;
+    ui->leData->setText(fileName);
+}
+
+void inputDataForm::activated()
+{
+    active = 1;
+    ui->pbEqual->setChecked(true);
+}
+
+void inputDataForm::cbActivated(int index)
+{
+    if (index < 1) {
+        active = 0;
+        ui->pbNoFilter->setChecked(true);
+    } else {
+        active = 1;
+        ui->pbEqual->setChecked(true);
+    }
+}
+
+void inputDataForm::activatedByButton()
+{
+    active = 1;
+}
+
+void inputDataForm::deactivatedByButton()
+{
+    active = 0;
+}
+
+void inputDataForm::intPlus()
+{
+    ui->sbNum->stepUp();
+}
+
+void inputDataForm::intMinus()
+{
+    ui->sbNum->stepDown();
+}

@@ -1,0 +1,123 @@
+#ifndef INPUTDATAFORM_H
+#define INPUTDATAFORM_H
+
+#include <QDate>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+#include <QWidget>
+
+namespace Ui {
+class inputDataForm;
+}
+class ImageBox;
+
+// Edits one field of one record. It shows the one control that suits the
+// column's type word ("STRING", "DATE", ..., "_XDTX_" for a lookup) and gives
+// back the text stored in the database. In filter mode it also shows the
+// comparison buttons and the And/Or pair, and keeps an active flag saying
+// whether the field takes part in the filter. It never touches the database.
+class inputDataForm : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit inputDataForm(QWidget *parent = nullptr);
+    ~inputDataForm() override;
+
+    void setTitle(bool show, const QString &name);
+    void setLineEdit(bool show, const QString &text);
+    void setCheckBox(bool show, bool checked, const QString &caption);
+    void setComboBox(bool show, const QStringList &items);
+    void setDateEdit(bool show, const QDate &date);
+    void setSpinBox(bool show, int value);
+    void setImageButton(bool show);
+    // A shown value the user may read but not change (a link's table name).
+    void setLineEditReadOnly(bool on);
+    void setPdfButton(bool show);
+
+    bool isTitleShown() const { return titleShown; }
+    bool isLineEditShown() const { return lineEditShown; }
+    bool isCheckBoxShown() const { return checkBoxShown; }
+    bool isComboBoxShown() const { return comboBoxShown; }
+    bool isDateEditShown() const { return dateEditShown; }
+    bool isSpinBoxShown() const { return spinBoxShown; }
+    bool isImageButtonShown() const { return imageButtonShown; }
+    bool isPdfButtonShown() const { return pdfButtonShown; }
+
+    void setColumnName(const QString &column) { columnFullName = column; }
+    QString columnName() const { return columnFullName; }
+    QString fieldName() const { return bareFieldName; }
+    QString fieldType() const { return typeWord; }
+
+    void setValue(const QString &type, const QVariant &stored);
+    QString value();
+    double numberValue();
+    QString dateText() const;
+
+    bool isChecked() const;
+    QString checkBoxText() const;
+    QString comboText() const;
+    int spinValue() const;
+    void setComboIndex(int index);
+    void setComboText(const QString &text);
+    void selectLookupItem(const QString &key);
+    QStringList comboItems() const;
+
+    void setFilterMode(bool on);
+    int isActive() const { return active; }
+    void setActive();
+    QString condition() const;
+    void setCondition(const QString &word);
+    QString connector() const;
+    void setConnector(const QString &word);
+    // Whether a record's value passes this editor's condition (always true
+    // while the field takes no part in the filter).
+    bool compareWithFilter(const QString &type, const QVariant &recordValue) const;
+
+    // Folder texts handed to the image dialog and used for PDF copies:
+    // the record's folder ("TABLES_DOC/...") and the database file's folder.
+    void setUserPath(const QString &folder) { recordFolder = folder; }
+    QString userPath() const { return recordFolder; }
+    void setDbFolder(const QString &folder) { documentsBase = folder; }
+    QString dbFolder() const { return documentsBase; }
+
+    QString imagePath() const { return imageFile; }
+    QString pdfPath() const { return pdfFile; }
+    ImageBox *imageBox() const { return imageDialog; }
+
+public slots:
+    void viewImageBox();
+    void addPdf();
+    void setNewImage(const QString &fileName);
+    void activated();
+    void cbActivated(int index);
+    void activatedByButton();
+    void deactivatedByButton();
+    void intPlus();
+    void intMinus();
+
+private:
+    Ui::inputDataForm *ui;
+    QString columnFullName;
+    QString typeWord;
+    bool titleShown = false;
+    bool lineEditShown = false;
+    bool checkBoxShown = false;
+    bool comboBoxShown = false;
+    bool dateEditShown = false;
+    bool spinBoxShown = false;
+    bool imageButtonShown = false;
+    bool pdfButtonShown = false;
+    QString imageFile;
+    QString pdfFile;
+    ImageBox *imageDialog = nullptr;
+    QString recordFolder;
+    QString documentsBase;
+    QString bareFieldName;
+    int active = 0;
+    QString sentinelDateText;
+    QString linkValue;
+};
+
+#endif // INPUTDATAFORM_H
