@@ -41,11 +41,19 @@ Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
     connect(ui->actionShow_Hidden_Tables, &QAction::triggered, this, &Tessaro::showHiddenTable);
     connect(ui->actionAdministrator_Mode, &QAction::triggered, this, &Tessaro::administratorModeEnabled);
     connect(ui->actionChange_Table_Icon, &QAction::triggered, this, &Tessaro::changeTableIcon);
+    connect(ui->pbNext, &QPushButton::clicked, this, &Tessaro::nextRecord);
+    connect(ui->pbPrev, &QPushButton::clicked, this, &Tessaro::prevRecord);
+    connect(ui->userSearchEdit, &QLineEdit::textChanged, this, &Tessaro::userSearch);
+    connect(ui->pbUserNext, &QPushButton::clicked, this, &Tessaro::userSearchNext);
+    connect(ui->pbUserPrev, &QPushButton::clicked, this, &Tessaro::userSearchPrev);
+    connect(ui->userListWidget, &QListWidget::itemSelectionChanged, this, &Tessaro::userSelectionChange);
+    connect(ui->pbReturn, &QPushButton::clicked, this, &Tessaro::goBack);
     connect(ui->actionTool, &QAction::triggered, this, &Tessaro::about);
     connect(ui->actionDelete_All_Database, &QAction::triggered, this, &Tessaro::deleteAll);
     connect(ui->actionExit, &QAction::triggered, this, &Tessaro::close);
     connect(ui->pbHideList, &QPushButton::clicked, this, &Tessaro::hideShowList);
     connect(ui->pbDbName, &QPushButton::clicked, this, &Tessaro::showDbPath);
+    connect(ui->pbSort, &QPushButton::toggled, this, &Tessaro::sort);
 
     // Scroll areas get a filled background; run-time widgets stack from the top.
     for (QScrollArea *area : {ui->datiScroll, ui->inputScrollArea, ui->filterScrollArea, ui->newElementScroll}) {
@@ -255,7 +263,7 @@ void Tessaro::loadDb(const QString &path)
 
     discardTableButtons();
     currentTable.clear();
-    ui->userListWidget->clear();
+    resetRecordList();
     ui->lbViewInfo->clear();
     ui->lbListIcon->clear();
 
@@ -288,6 +296,7 @@ void Tessaro::refreshTableList(bool skipLockCheck)
         }
     }
 
+    const int loadsBefore = listLoads;
     rebuildTableButtons();
 
     QString first;
@@ -302,8 +311,20 @@ void Tessaro::refreshTableList(bool skipLockCheck)
 
     ensureSystemTables();
 
-    if (tableNames.size() > 1 && !currentTable.isEmpty())
-        setTableHeader(currentTable);
+    if (tableNames.size() > 1) {
+        // Pushing the first button has just listed this table: listing it
+        // again would give the same list.
+        if (listLoads == loadsBefore || listTable != currentTable)
+            loadList(currentTable);
+        if (!currentTable.isEmpty())
+            setTableHeader(currentTable);
+        if (!records.isEmpty()) {
+            if (QListWidgetItem *item = ui->userListWidget->currentItem()) {
+                currentId = records.idOf(item->text());
+                vwRecord(currentId);
+            }
+        }
+    }
 }
 
 void Tessaro::setReadOnly(bool on)
@@ -339,9 +360,11 @@ void Tessaro::reportProgress(int step, int total)
 {
     const double ratio = double(step) / double(total) * 100.0;
     const int value = std::isfinite(ratio) ? int(ratio) : 0;
-    // Pump events when the bar moves or every few tens of milliseconds, so that
-    // long loops stay responsive without spending their time repainting.
-    if (value == lastProgressValue && progressPump.isValid() && progressPump.elapsed() < 40)
+    // Show the bar and pump events at most every few tens of milliseconds (and
+    // at once when a new run starts from a lower value), so that long loops
+    // stay responsive without spending their time repainting.
+    const bool restarted = value < lastProgressValue || lastProgressValue < 0;
+    if (!restarted && progressPump.isValid() && progressPump.elapsed() < 30)
         return;
     lastProgressValue = value;
     progressPump.start();

@@ -1,6 +1,7 @@
 #ifndef TESSARO_H
 #define TESSARO_H
 
+#include "app/recordlisting.h"
 #include "records/fieldvaluelist.h"
 #include "storage/dbconnection.h"
 
@@ -15,6 +16,7 @@ class AboutForm;
 class chooseNameForm;
 class progressBarForm;
 class ListButtonForm;
+class outputDataForm;
 
 // The main window and the program's one controller: it owns the database
 // connection, every page, the dialogs and the widgets made at run time.
@@ -62,6 +64,17 @@ public:
     bool updateRecord(int id, const FieldValueList &fields);
     bool showDuplicateError = true;
 
+    // Record list (app/recordlistslots.cpp)
+    // Fills userListWidget and the record map with the records of table.
+    void loadList(const QString &table);
+    // Whether a record of table is listed now: the one question the list and
+    // next/previous ask. Lets every record through while no filter exists.
+    bool isRecordListed(const QString &table, int id);
+    const RecordMap &recordMap() const { return records; }
+    const QList<outputDataForm *> &recordViewWidgets() const { return outputWidgets; }
+    QString previousTableName() const { return previousTable; }
+    int previousRecordId() const { return previousId; }
+
 public slots:
     // Session (app/tessaro.cpp)
     void newDb();
@@ -79,12 +92,21 @@ public slots:
     void removeTable();
     void deleteAll();
     void changeTableIcon();
-    void changeTable(const QString &table);
     void hideShowList(bool on);
 
-    // Record list, search and navigation (app/recordlistslots.cpp)
+    // Record list, search and navigation, record view (app/recordlistslots.cpp)
+    void changeTable(const QString &table);
     void changeToUsersPage();
+    void userSelectionChange();
     void vwRecord(int id);
+    void nextRecord();
+    void prevRecord();
+    void userSearch(const QString &text);
+    void userSearchNext();
+    void userSearchPrev();
+    void sort(bool on);
+    void goToRequest(const QString &table, int id);
+    void goBack();
 
 private:
     void chooseAndOpenDb(bool create);
@@ -93,6 +115,11 @@ private:
     void discardFilterButtons();
     void clearRecordView();
     void setTableHeader(const QString &table);
+    void resetRecordList();
+    int rowOfRecord(int id) const;
+    int idOfRow(int row);
+    void selectRow(int row);
+    void showRecordView(int id);
 
     Ui::Tessaro *ui;
     DbConnection *db = nullptr;
@@ -103,6 +130,18 @@ private:
     QList<ListButtonForm *> filterButtons;
     QElapsedTimer progressPump;
     int lastProgressValue = -1;
+
+    // Record list state (app/recordlistslots.cpp)
+    RecordMap records;
+    QStringList listTexts;             // item texts, in list order
+    QHash<QString, int> firstRowOfText; // text -> first row holding it
+    QString listTable;                 // table whose records are listed
+    int listLoads = 0;                 // number of loads so far
+    QList<int> searchHits;             // rows, in list order
+    int searchPosition = 0;
+    QString previousTable;
+    int previousId = 0;
+    QList<outputDataForm *> outputWidgets;
 };
 
 #endif // TESSARO_H

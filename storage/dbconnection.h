@@ -1,6 +1,7 @@
 #ifndef DBCONNECTION_H
 #define DBCONNECTION_H
 
+#include <QHash>
 #include <QList>
 #include <QPair>
 #include <QSqlDatabase>
@@ -8,6 +9,7 @@
 #include <QString>
 #include <QStringList>
 #include <QVariant>
+#include <QVector>
 
 // (column name, SQL type), as given to createTable.
 using ColumnDefinition = QPair<QString, QString>;
@@ -43,6 +45,19 @@ public:
     bool hasColumnContaining(const QString &text, const QString &table);
     bool nameInFirstColumn(const QString &table, const QString &text);
 
+    // Whole-table reads in one pass, in the order "SELECT *" gives the rows
+    // (the order positional reads see). For the record list: the id (first
+    // column, as an integer) and the list column (second column) of every row.
+    struct ListColumn {
+        QString name;            // the second column's name; empty when there is none
+        QVector<int> ids;        // first column of each row
+        QVector<QVariant> values; // second column of each row (invalid when there is none)
+    };
+    ListColumn readListColumn(const QString &table);
+    // RINTEGERFORMAT_Id -> value of column, for every row of table: what
+    // getRecordById(table, id) would give for that column, for every id but 0.
+    QHash<int, QVariant> readValuesById(const QString &table, const QString &column);
+
     // Writing
     bool createTable(const QString &table, const QList<ColumnDefinition> &columns);
     bool addColumn(const QString &table, const QString &column, const QString &sqlType);
@@ -58,6 +73,7 @@ public:
     static QString sqlName(const QString &name);
 
 private:
+    QString wholeTableSelect(const QString &table, const QStringList &columns);
     bool execWrite(const QString &statement, QString *error);
 
     QSqlDatabase db;
