@@ -16,12 +16,15 @@ const char *const IdColumn = "RINTEGERFORMAT_Id";
 const char *const RepeatMarker = "_XMLTYX_";
 
 // The title of a column in the record view: its field part with blanks for
-// underscores; a repeat marker is left for the display to take out. A column
-// outside the naming scheme is titled with its whole name.
+// underscores, after the name of the table a lookup column reads from; a
+// repeat marker is left for the display to take out. A column outside the
+// naming scheme is titled with its whole name.
 QString columnTitle(const QString &column)
 {
     const int format = column.indexOf("FORMAT_");
     QString field = format >= 0 ? column.mid(format + 7) : column;
+    if (column.startsWith('X') && column.contains("_XDTX_") && format >= 0)
+        field = toDisplayTableName(column.mid(1).section("_XDTX_", 0, 0)) + "_" + field;
     const int marker = field.indexOf(RepeatMarker);
     if (marker < 0)
         return field.replace('_', ' ');

@@ -65,6 +65,7 @@ class TestRecordList : public QObject
     Q_OBJECT
 
 private slots:
+    void recordMapFindsFirstTextInKeyOrder();
     void textsCountsAndCollisions();
     void lookupTexts();
     void emptyTableAndNoTable();
@@ -76,6 +77,44 @@ private slots:
     void startUpWithoutUserTablesSaysSo();
     void foreignDatabase();
 };
+
+void TestRecordList::recordMapFindsFirstTextInKeyOrder()
+{
+    RecordMap map;
+    map.insert("mela", 1);
+    map.insert("banana", 2);
+    map.insert("pera", 2);
+    map.insert("mela", 3); // a later record takes the text over
+    // Walking the map in key order gives the answer the index must give.
+    auto walk = [&map](int id) {
+        for (auto it = map.map().constBegin(); it != map.map().constEnd(); ++it) {
+            if (it.value() == id)
+                return it.key();
+        }
+        return QString("(none)");
+    };
+    auto textOf = [&map](int id) {
+        QString text;
+        return map.textOf(id, &text) ? text : QString("(none)");
+    };
+    for (int id : {1, 2, 3, 0})
+        QCOMPARE(textOf(id), walk(id));
+    QCOMPARE(textOf(1), QString("(none)"));
+    QCOMPARE(textOf(2), QString("banana"));
+
+    // Texts looked up later are entered with 0; the index follows them.
+    QCOMPARE(map.idOf("zucca"), 0);
+    QCOMPARE(textOf(0), QString("zucca"));
+    QCOMPARE(map.idOf("anguria"), 0);
+    QCOMPARE(textOf(0), QString("anguria"));
+    QCOMPARE(map.idOf("pera"), 2);
+    map.insert("albicocca", 2);
+    QCOMPARE(textOf(2), QString("albicocca"));
+    map.insert("albicocca", 3);
+    for (int id : {0, 1, 2, 3})
+        QCOMPARE(textOf(id), walk(id));
+    QCOMPARE(map.size(), 6);
+}
 
 void TestRecordList::textsCountsAndCollisions()
 {

@@ -232,6 +232,7 @@ void TestRecordView::everyTypeShown()
 
     // The lookup shows the referenced value and leads to its record.
     outputDataForm *lookup = s.window.recordViewWidgets().last();
+    QCOMPARE(lookup->title(), QString("Citta Nome"));
     QCOMPARE(part<QLineEdit>(lookup, "leData")->text(), QString("Roma"));
     QVERIFY(shown(lookup, "pbXView"));
     QCOMPARE(lookup->referenceTable(), QString("Citta"));
