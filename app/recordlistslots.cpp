@@ -1,13 +1,368 @@
-// Record list, search and navigation.
+// Record list, search and navigation, and the read-only record view.
 #include "app/tessaro.h"
 #include "ui_tessaro.h"
 
+#include "dialogs/progressbarform.h"
+#include "records/outputdataform.h"
+#include "storage/messagehandler.h"
+#include "storage/namingscheme.h"
+
+#include <QSignalBlocker>
+#include <QSqlRecord>
+
+namespace {
+
+const char *const IdColumn = "RINTEGERFORMAT_Id";
+const char *const RepeatMarker = "_XMLTYX_";
+
+// The title of a column in the record view: its field part with blanks for
+// underscores, after the name of the table a lookup column reads from; a
+// repeat marker is left for the display to take out. A column outside the
+// naming scheme is titled with its whole name.
+QString columnTitle(const QString &column)
+{
+    const int format = column.indexOf("FORMAT_");
+    QString field = format >= 0 ? column.mid(format + 7) : column;
+    if (column.startsWith('X') && column.contains("_XDTX_") && format >= 0)
+        field = toDisplayTableName(column.mid(1).section("_XDTX_", 0, 0)) + "_" + field;
+    const int marker = field.indexOf(RepeatMarker);
+    if (marker < 0)
+        return field.replace('_', ' ');
+    return field.left(marker).replace('_', ' ') + RepeatMarker
+           + field.mid(marker + int(strlen(RepeatMarker))).replace('_', ' ');
+}
+
+} // namespace
+
+bool Tessaro::isRecordListed(const QString &table, int id)
+{
+    Q_UNUSED(table)
+    Q_UNUSED(id)
+    return true;
+}
+
+void Tessaro::resetRecordList()
+{
+    records.clear();
+    listTexts.clear();
+    firstRowOfText.clear();
+    searchHits.clear();
+    searchPosition = 0;
+    listTable.clear();
+    ui->userListWidget->clear();
+}
+
+void Tessaro::loadList(const QString &table)
+{
+    if (table.isEmpty()) {
+        MessageHandler::current()->warning("Nessuna Tabella Caricata!");
+        return;
+    }
+    resetRecordList();
+
+    progress->setWindowTitle("Elaborazione");
+    const int count = db->countRecords(table);
+    reportProgress(0, count);
+    progress->show();
+
+    RecordListing listing = readRecordListing(
+        *db, table, ui->pbSort->isChecked(), [this, &table](int id) { return isRecordListed(table, id); },
+        [this](int step, int total) { reportProgress(step, total); });
+    records = std::move(listing.map);
+    listTexts = std::move(listing.texts);
+
+    QListWidget *list = ui->userListWidget;
+    list->setUpdatesEnabled(false);
+    list->addItems(listTexts);
+    list->setUpdatesEnabled(true);
+    firstRowOfText.reserve(listTexts.size());
+    for (int row = 0; row < listTexts.size(); ++row) {
+        if (!firstRowOfText.contains(listTexts.at(row)))
+            firstRowOfText.insert(listTexts.at(row), row);
+    }
+    listTable = table;
+    ++listLoads;
+
+    if (list->count() == 0)
+        ui->lbViewInfo->setText("----");
+    ui->lbToolbar->setText(QString::asprintf("%d Records", list->count()));
+    progress->hide();
+}
+
+// Row of the first item showing the text of record id: 0 when the record has
+// no text, -1 when its text is on no item.
+int Tessaro::rowOfRecord(int id) const
+{
+    QString text;
+    if (!records.textOf(id, &text))
+        return 0;
+    const QListWidget *list = ui->userListWidget;
+    if (list->count() == listTexts.size()) {
+        const auto found = firstRowOfText.constFind(text);
+        if (found == firstRowOfText.constEnd())
+            return -1;
+        if (list->item(found.value())->text() == text)
+            return found.value();
+    }
+    // The items were changed since the load: look for the text itself.
+    const QList<QListWidgetItem *> items = list->findItems(text, Qt::MatchExactly | Qt::MatchCaseSensitive);
+    return items.isEmpty() ? -1 : list->row(items.first());
+}
+
+int Tessaro::idOfRow(int row)
+{
+    const QListWidgetItem *item = ui->userListWidget->item(row);
+    return item ? records.idOf(item->text()) : 0;
+}
+
+void Tessaro::selectRow(int row)
+{
+    ui->userListWidget->setCurrentRow(row);
+}
+
+void Tessaro::changeTable(const QString &table)
+{
+    setTableHeader(table);
+    currentTable = table;
+    changeToUsersPage();
+
+    QListWidget *list = ui->userListWidget;
+    if (records.isEmpty()) {
+        listTexts.clear();
+        firstRowOfText.clear();
+        searchHits.clear();
+        list->clear();
+        clearRecordView();
+        return;
+    }
+    currentRow = 0;
+    const int id = idOfRow(0);
+    currentId = id;
+    {
+        // vwRecord below shows this record; the selection need not show it first.
+        const QSignalBlocker quiet(list);
+        selectRow(0);
+    }
+    vwRecord(id);
+}
+
 void Tessaro::changeToUsersPage()
 {
+    if (!currentTable.isEmpty()) {
+        loadList(currentTable);
+    } else if (tableNames.size() >= 3) {
+        currentTable = tableNames.at(2);
+        loadList(currentTable);
+    }
     ui->stPages->setCurrentWidget(ui->userPage);
+}
+
+void Tessaro::userSelectionChange()
+{
+    const QList<QListWidgetItem *> selected = ui->userListWidget->selectedItems();
+    if (selected.isEmpty())
+        return;
+    QListWidgetItem *top = selected.first();
+    for (QListWidgetItem *item : selected) {
+        if (ui->userListWidget->row(item) < ui->userListWidget->row(top))
+            top = item;
+    }
+    const int id = records.idOf(top->text());
+    currentId = id;
+    vwRecord(id);
 }
 
 void Tessaro::vwRecord(int id)
 {
     currentId = id;
+    showRecordView(id);
+
+    QListWidget *list = ui->userListWidget;
+    const int row = rowOfRecord(id);
+    if (row >= 0 && row < list->count()) {
+        {
+            // The record is shown already; selecting its item must not show another.
+            const QSignalBlocker quiet(list);
+            selectRow(row);
+        }
+        currentRow = row;
+        ui->lbViewInfo->setText(list->item(row)->text());
+    }
+}
+
+void Tessaro::nextRecord()
+{
+    int row = rowOfRecord(currentId);
+    currentRow = row;
+    if (row >= records.size() - 1)
+        return;
+    const int start = currentId;
+    const int items = ui->userListWidget->count();
+    if (row + 1 >= items)
+        return;
+    ++row;
+    int id = idOfRow(row);
+    while (!isRecordListed(currentTable, id)) {
+        ++row;
+        if (row >= records.size() || row >= items) {
+            id = start;
+            break;
+        }
+        id = idOfRow(row);
+    }
+    currentRow = row;
+    currentId = id;
+    vwRecord(id);
+}
+
+void Tessaro::prevRecord()
+{
+    int row = rowOfRecord(currentId);
+    currentRow = row;
+    if (row < 1)
+        return;
+    const int start = currentId;
+    --row;
+    int id = idOfRow(row);
+    while (!isRecordListed(currentTable, id)) {
+        --row;
+        if (row < 1) {
+            id = start;
+            break;
+        }
+        id = idOfRow(row);
+    }
+    currentRow = row;
+    currentId = id;
+    vwRecord(id);
+}
+
+void Tessaro::userSearch(const QString &text)
+{
+    if (text.size() < 3)
+        return;
+    searchHits.clear();
+    const QListWidget *list = ui->userListWidget;
+    const int count = list->count();
+    const bool inStep = count == listTexts.size();
+    for (int row = 0; row < count; ++row) {
+        const QString itemText = inStep ? listTexts.at(row) : list->item(row)->text();
+        if (itemText.contains(text, Qt::CaseInsensitive))
+            searchHits << row;
+    }
+    if (searchHits.isEmpty())
+        return;
+    searchPosition = 0;
+    selectRow(searchHits.first());
+}
+
+void Tessaro::userSearchNext()
+{
+    if (searchHits.isEmpty())
+        return;
+    searchPosition = qMin(searchPosition + 1, searchHits.size() - 1);
+    selectRow(searchHits.at(searchPosition));
+}
+
+void Tessaro::userSearchPrev()
+{
+    if (searchHits.isEmpty())
+        return;
+    searchPosition = qMax(searchPosition - 1, 0);
+    selectRow(searchHits.at(searchPosition));
+}
+
+void Tessaro::sort(bool on)
+{
+    ui->pbSort->setText(on ? "A-Z" : "1-N");
+    const int row = currentRow;
+    loadList(currentTable);
+    if (row >= 0 && row < ui->userListWidget->count())
+        selectRow(row);
+}
+
+void Tessaro::goToRequest(const QString &table, int id)
+{
+    ui->pbReturn->show();
+    previousTable = currentTable;
+    previousId = currentId;
+    setTableHeader(table);
+    currentTable = table;
+    currentId = id;
+    changeTable(table);
+    vwRecord(id);
+}
+
+void Tessaro::goBack()
+{
+    setTableHeader(previousTable);
+    currentTable = previousTable;
+    changeTable(previousTable);
+    currentId = previousId;
+    vwRecord(previousId);
+    ui->pbReturn->hide();
+}
+
+void Tessaro::clearRecordView()
+{
+    // A field widget may be the sender of the signal that got us here, so it
+    // goes once control is back in the event loop.
+    for (outputDataForm *widget : qAsConst(outputWidgets)) {
+        ui->datiLayout->removeWidget(widget);
+        widget->hide();
+        widget->deleteLater();
+    }
+    outputWidgets.clear();
+}
+
+void Tessaro::showRecordView(int id)
+{
+    clearRecordView();
+    const QStringList columns = db->getFieldNames(currentTable);
+    const QSqlRecord record = db->getRecordById(currentTable, id);
+
+    for (const QString &column : columns) {
+        auto *widget = new outputDataForm(ui->datiContents);
+        outputWidgets << widget;
+        connect(widget, &outputDataForm::goToList, this, &Tessaro::goToRequest);
+        widget->setDocumentsBase(dbFolder);
+        widget->setSearchId(id);
+
+        QVariant value = db->getFieldValue(currentTable, record, column);
+        const QString tag = typeTagOf(column);
+        if (column.startsWith('X')) {
+            // Lookup: show the referenced record's value and lead to that record.
+            const QString reference = column.mid(1);
+            const QString otherTable = reference.section("_XDTX_", 0, 0);
+            const QString otherColumn = reference.section("_XDTX_", 1).section(RepeatMarker, 0, 0);
+            const int otherId = value.toInt();
+            const QSqlRecord other = db->getRecordById(otherTable, otherId);
+            value = db->getFieldValue(otherTable, other, otherColumn);
+            widget->setReferenceTarget(otherTable, otherId);
+        } else if (tag == "LINKFORMAT") {
+            // A link column holds the name of the table it links to, and is
+            // written back so whenever the record is shown.
+            const QString linked = fieldNameOf(column);
+            value = linked;
+            QString stored = linked;
+            stored.replace("'", "''");
+            updateRecord(id, FieldValueList{FieldValue(IdColumn, QString::number(id)), FieldValue(column, stored)});
+        } else if (tag == "SUBTABLEFORMAT") {
+            QString owner = currentTable;
+            if (owner.startsWith("HIDDENTABLE_"))
+                owner = owner.mid(int(strlen("HIDDENTABLE_")));
+            widget->setSubTableParts(owner, value.toString());
+        }
+
+        widget->setTitle(true, columnTitle(column));
+        widget->setData(tag, value);
+
+        const QString field = fieldNameOf(column);
+        if ((field == "UserPath" || field == "Id") && !techMode) {
+            widget->hide();
+        } else {
+            ui->datiLayout->addWidget(widget);
+            widget->show();
+        }
+    }
 }

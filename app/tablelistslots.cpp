@@ -55,14 +55,6 @@ void Tessaro::discardFilterButtons()
     filterButtons.clear();
 }
 
-void Tessaro::clearRecordView()
-{
-    while (QLayoutItem *item = ui->datiLayout->takeAt(0)) {
-        delete item->widget();
-        delete item;
-    }
-}
-
 // Rebuilds the buttons from tableNames and pushes the first one.
 void Tessaro::rebuildTableButtons()
 {
@@ -203,7 +195,7 @@ void Tessaro::deleteAll()
     discardTableButtons();
     discardFilterButtons();
     ensureSystemTables();
-    ui->userListWidget->clear();
+    resetRecordList();
     clearRecordView();
     ui->lbViewInfo->setText("----");
     ui->lbListName->setText("----");
@@ -239,12 +231,6 @@ void Tessaro::changeTableIcon()
         insertRecord(Settings, fields, false);
     }
     rebuildTableButtons();
-}
-
-void Tessaro::changeTable(const QString &table)
-{
-    setTableHeader(table);
-    currentTable = table;
 }
 
 void Tessaro::hideShowList(bool on)

@@ -45,7 +45,13 @@ Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
     connect(ui->actionClear_Selected_List, &QAction::triggered, this, &Tessaro::clearTable);
     connect(ui->actionClear_All_Tables, &QAction::triggered, this, &Tessaro::clearAllTables);
     connect(ui->actionChange_Table_Icon, &QAction::triggered, this, &Tessaro::changeTableIcon);
+    connect(ui->pbNext, &QPushButton::clicked, this, &Tessaro::nextRecord);
+    connect(ui->pbPrev, &QPushButton::clicked, this, &Tessaro::prevRecord);
+    connect(ui->userSearchEdit, &QLineEdit::textChanged, this, &Tessaro::userSearch);
+    connect(ui->pbUserNext, &QPushButton::clicked, this, &Tessaro::userSearchNext);
+    connect(ui->pbUserPrev, &QPushButton::clicked, this, &Tessaro::userSearchPrev);
     connect(ui->pbNewUser, &QPushButton::clicked, this, &Tessaro::changeToNewUserPage);
+    connect(ui->userListWidget, &QListWidget::itemSelectionChanged, this, &Tessaro::userSelectionChange);
     connect(ui->pbDeleteUser, &QPushButton::clicked, this, &Tessaro::deleteUser);
     connect(ui->pbSaveNewUser, &QPushButton::clicked, this, &Tessaro::newRecord);
     connect(ui->pbEditUser, &QPushButton::clicked, this, &Tessaro::updateUser);
@@ -53,11 +59,13 @@ Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
     connect(ui->bbNewTable, &QDialogButtonBox::accepted, this, &Tessaro::acceptedNewTable);
     connect(ui->bbNewTable, &QDialogButtonBox::rejected, this, &Tessaro::cancelNewTable);
     connect(ui->pbIconImage, &QPushButton::clicked, this, &Tessaro::addTableIcon);
+    connect(ui->pbReturn, &QPushButton::clicked, this, &Tessaro::goBack);
     connect(ui->actionTool, &QAction::triggered, this, &Tessaro::about);
     connect(ui->actionDelete_All_Database, &QAction::triggered, this, &Tessaro::deleteAll);
     connect(ui->actionExit, &QAction::triggered, this, &Tessaro::close);
     connect(ui->pbHideList, &QPushButton::clicked, this, &Tessaro::hideShowList);
     connect(ui->pbDbName, &QPushButton::clicked, this, &Tessaro::showDbPath);
+    connect(ui->pbSort, &QPushButton::toggled, this, &Tessaro::sort);
 
     // Scroll areas get a filled background; run-time widgets stack from the top.
     for (QScrollArea *area : {ui->datiScroll, ui->inputScrollArea, ui->filterScrollArea, ui->newElementScroll}) {
@@ -272,7 +280,7 @@ void Tessaro::loadDb(const QString &path)
 
     discardTableButtons();
     currentTable.clear();
-    ui->userListWidget->clear();
+    resetRecordList();
     ui->lbViewInfo->clear();
     ui->lbListIcon->clear();
 
@@ -305,6 +313,7 @@ void Tessaro::refreshTableList(bool skipLockCheck)
         }
     }
 
+    const int loadsBefore = listLoads;
     rebuildTableButtons();
 
     QString first;
@@ -320,8 +329,20 @@ void Tessaro::refreshTableList(bool skipLockCheck)
     ensureSystemTables();
     tableNames = db->getTables(); // the system tables may be new
 
-    if (tableNames.size() > 1 && !currentTable.isEmpty())
+    // A database without user tables opens quietly: there is nothing to list.
+    if (tableNames.size() > 1 && !currentTable.isEmpty()) {
+        // Pushing the first button has just listed this table: listing it
+        // again would give the same list.
+        if (listLoads == loadsBefore || listTable != currentTable)
+            loadList(currentTable);
         setTableHeader(currentTable);
+        if (!records.isEmpty()) {
+            if (QListWidgetItem *item = ui->userListWidget->currentItem()) {
+                currentId = records.idOf(item->text());
+                vwRecord(currentId);
+            }
+        }
+    }
 }
 
 void Tessaro::setReadOnly(bool on)
@@ -357,13 +378,15 @@ void Tessaro::reportProgress(int step, int total)
 {
     const double ratio = double(step) / double(total) * 100.0;
     const int value = std::isfinite(ratio) ? int(ratio) : 0;
-    // Pump events when the bar moves or every few tens of milliseconds, so that
-    // long loops stay responsive without spending their time repainting.
-    if (value == lastProgressValue && progressPump.isValid() && progressPump.elapsed() < 40)
+    // The bar always shows the value (it repaints only when the percentage
+    // moves); pending events are let through when it moves or every few tens
+    // of milliseconds, so that long loops stay responsive without spending
+    // their time repainting.
+    progress->setValue(value);
+    if (value == lastProgressValue && progressPump.isValid() && progressPump.elapsed() < 30)
         return;
     lastProgressValue = value;
     progressPump.start();
-    progress->setValue(value);
     QEventLoop loop;
     loop.processEvents();
 }

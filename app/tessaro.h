@@ -1,6 +1,7 @@
 #ifndef TESSARO_H
 #define TESSARO_H
 
+#include "app/recordlisting.h"
 #include "records/fieldvaluelist.h"
 #include "storage/dbconnection.h"
 
@@ -17,6 +18,7 @@ class progressBarForm;
 class ListButtonForm;
 class newTableElement;
 class inputDataForm;
+class outputDataForm;
 
 // The main window and the program's one controller: it owns the database
 // connection, every page, the dialogs and the widgets made at run time.
@@ -71,6 +73,17 @@ public:
     // Table designer (records/designerslots.cpp)
     const QList<newTableElement *> &newTableElements() const { return tableElements; }
 
+    // Record list (app/recordlistslots.cpp)
+    // Fills userListWidget and the record map with the records of table.
+    void loadList(const QString &table);
+    // Whether a record of table is listed now: the one question the list and
+    // next/previous ask. Lets every record through while no filter exists.
+    bool isRecordListed(const QString &table, int id);
+    const RecordMap &recordMap() const { return records; }
+    const QList<outputDataForm *> &recordViewWidgets() const { return outputWidgets; }
+    QString previousTableName() const { return previousTable; }
+    int previousRecordId() const { return previousId; }
+
 public slots:
     // Session (app/tessaro.cpp)
     void newDb();
@@ -88,12 +101,21 @@ public slots:
     void removeTable();
     void deleteAll();
     void changeTableIcon();
-    void changeTable(const QString &table);
     void hideShowList(bool on);
 
-    // Record list, search and navigation (app/recordlistslots.cpp)
+    // Record list, search and navigation, record view (app/recordlistslots.cpp)
+    void changeTable(const QString &table);
     void changeToUsersPage();
+    void userSelectionChange();
     void vwRecord(int id);
+    void nextRecord();
+    void prevRecord();
+    void userSearch(const QString &text);
+    void userSearchNext();
+    void userSearchPrev();
+    void sort(bool on);
+    void goToRequest(const QString &table, int id);
+    void goBack();
 
     // Table designer (records/designerslots.cpp)
     void newTable();
@@ -119,6 +141,11 @@ private:
     void clearRecordView();
     void setTableHeader(const QString &table);
     void discardRecordPage();
+    void resetRecordList();
+    int rowOfRecord(int id) const;
+    int idOfRow(int row);
+    void selectRow(int row);
+    void showRecordView(int id);
 
     Ui::Tessaro *ui;
     DbConnection *db = nullptr;
@@ -134,6 +161,17 @@ private:
     void openTableDesigner();
     void clearTableDesigner();
     QList<newTableElement *> tableElements; // rows on the designer page, in page order
+    // Record list state (app/recordlistslots.cpp)
+    RecordMap records;
+    QStringList listTexts;             // item texts, in list order
+    QHash<QString, int> firstRowOfText; // text -> first row holding it
+    QString listTable;                 // table whose records are listed
+    int listLoads = 0;                 // number of loads so far
+    QList<int> searchHits;             // rows, in list order
+    int searchPosition = 0;
+    QString previousTable;
+    int previousId = 0;
+    QList<outputDataForm *> outputWidgets;
 };
 
 #endif // TESSARO_H

@@ -286,6 +286,86 @@ QList<QSqlRecord> DbConnection::getAllRecords(const QString &table)
     return rows;
 }
 
+// The columns of a whole-table read. A table without any index has one
+// b-tree, so a select of some of its columns steps through the rows in the
+// same order as "SELECT *"; with an index (or a table this cannot be told of)
+// the read stays "SELECT *" so that the order is the same whatever the
+// query planner picks.
+QString DbConnection::wholeTableSelect(const QString &table, const QStringList &columns)
+{
+    const QString all = QString::asprintf("SELECT * FROM %s", u8(sqlName(table)).constData());
+    QSqlQuery pragma(db);
+    if (!pragma.exec(QString::asprintf("PRAGMA index_list(%s)", u8(sqlName(table)).constData())) || pragma.next())
+        return all;
+    QStringList names;
+    for (const QString &column : columns)
+        names << sqlName(column);
+    return QString::asprintf("SELECT %s FROM %s", u8(names.join(",")).constData(), u8(sqlName(table)).constData());
+}
+
+DbConnection::ListColumn DbConnection::readListColumn(const QString &table)
+{
+    ListColumn result;
+    const QStringList names = getFieldNames(table);
+    if (names.isEmpty())
+        return result;
+    const bool hasSecond = names.size() >= 2;
+    if (hasSecond)
+        result.name = names.at(1);
+
+    QSqlQuery q(db);
+    q.setForwardOnly(true);
+    if (!q.exec(wholeTableSelect(table, names.mid(0, 2))))
+        return result;
+    while (q.next()) {
+        result.ids.append(q.value(0).toInt());
+        result.values.append(hasSecond ? q.value(1) : QVariant());
+    }
+    return result;
+}
+
+QHash<int, QVariant> DbConnection::readValuesById(const QString &table, const QString &column)
+{
+    QHash<int, QVariant> values;
+    const QStringList names = getFieldNames(table);
+    // The select by id names RINTEGERFORMAT_Id and then matches on the first
+    // column, so a row counts only when both agree; the first such row wins.
+    // Column names match as SQLite matches them, ignoring case.
+    auto indexOf = [&names](const QString &name) {
+        for (int i = 0; i < names.size(); ++i) {
+            if (names.at(i).compare(name, Qt::CaseInsensitive) == 0)
+                return i;
+        }
+        return -1;
+    };
+    const int idIndex = indexOf(IdColumn);
+    if (idIndex < 0)
+        return values;
+    const int valueIndex = indexOf(column);
+    QStringList wanted = {names.at(0), names.at(idIndex)};
+    if (valueIndex >= 0)
+        wanted << names.at(valueIndex);
+
+    QSqlQuery q(db);
+    q.setForwardOnly(true);
+    const QString statement = wholeTableSelect(table, wanted);
+    if (!q.exec(statement))
+        return values;
+    // With "SELECT *" the columns keep their own positions.
+    const bool all = statement.startsWith("SELECT * ");
+    const int idAt = all ? idIndex : 1;
+    const int valueAt = valueIndex < 0 ? -1 : (all ? valueIndex : 2);
+    while (q.next()) {
+        const int id = q.value(0).toInt();
+        if (id == 0 || values.contains(id))
+            continue;
+        if (idIndex != 0 && q.value(idAt).toInt() != id)
+            continue;
+        values.insert(id, valueAt >= 0 ? q.value(valueAt) : QVariant());
+    }
+    return values;
+}
+
 bool DbConnection::execWrite(const QString &statement, QString *error)
 {
     QSqlQuery q(db);

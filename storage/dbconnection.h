@@ -1,6 +1,7 @@
 #ifndef DBCONNECTION_H
 #define DBCONNECTION_H
 
+#include <QHash>
 #include <QList>
 #include <QPair>
 #include <QSqlDatabase>
@@ -8,6 +9,7 @@
 #include <QString>
 #include <QStringList>
 #include <QVariant>
+#include <QVector>
 
 // (column name, SQL type), as given to createTable.
 using ColumnDefinition = QPair<QString, QString>;
@@ -46,6 +48,19 @@ public:
     // Every row of the table in natural (insertion) order, read in one pass.
     QList<QSqlRecord> getAllRecords(const QString &table);
 
+    // Whole-table reads in one pass, in the order "SELECT *" gives the rows
+    // (the order positional reads see). For the record list: the id (first
+    // column, as an integer) and the list column (second column) of every row.
+    struct ListColumn {
+        QString name;            // the second column's name; empty when there is none
+        QVector<int> ids;        // first column of each row
+        QVector<QVariant> values; // second column of each row (invalid when there is none)
+    };
+    ListColumn readListColumn(const QString &table);
+    // RINTEGERFORMAT_Id -> value of column, for every row of table: what
+    // getRecordById(table, id) would give for that column, for every id but 0.
+    QHash<int, QVariant> readValuesById(const QString &table, const QString &column);
+
     // Writing
     bool createTable(const QString &table, const QList<ColumnDefinition> &columns);
     bool addColumn(const QString &table, const QString &column, const QString &sqlType);
@@ -63,6 +78,7 @@ public:
     static bool isSqlKeyword(const QString &word);
 
 private:
+    QString wholeTableSelect(const QString &table, const QStringList &columns);
     bool execWrite(const QString &statement, QString *error);
 
     QSqlDatabase db;
