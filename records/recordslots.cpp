@@ -151,6 +151,11 @@ void Tessaro::newRecord()
     if (editMode) {
         saved = updateRecord(currentId, fields);
         editMode = false;
+        // In technical mode the record may have moved to the id typed on the page.
+        const int typedId = fields.isEmpty() ? currentId : fields.first().second.toInt();
+        if (saved && techMode && typedId != currentId && db->idExists(currentTable, typedId)
+            && !db->idExists(currentTable, currentId))
+            currentId = typedId;
     } else {
         const int id = insertRecord(currentTable, fields, false);
         saved = id > 0;

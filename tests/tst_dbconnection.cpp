@@ -17,10 +17,8 @@ private slots:
     void tablesHideSqliteInternals();
     void createTableRepeatsAndRefusals();
     void addColumnSuffixIgnoresCaseAndSuffix();
-    void readingMissingTablesIsSilent();
     void positionalAndIdReads();
     void findRecordAndMaxId();
-    void nameInFirstColumnUndoesQuotesAndSpacing();
     void insertEmptyRecordChoosesId();
     void updateFieldChecksInOrder();
     void updateFieldFormatsByColumnName();
@@ -133,18 +131,6 @@ void TestDbConnection::addColumnSuffixIgnoresCaseAndSuffix()
         "ERRORE: Impossibile aggiungere il campo NSTRINGFORMAT_a alla tabella Missing!\n"));
 }
 
-void TestDbConnection::readingMissingTablesIsSilent()
-{
-    QCOMPARE(db->countRecords("Missing"), 0);
-    QCOMPARE(db->getFieldNames("Missing"), QStringList());
-    QVERIFY(db->getRecordAt("Missing", 0).isEmpty());
-    QVERIFY(db->findRecord("Missing", "a", "x").isEmpty());
-    QCOMPARE(db->getMaxId("Missing"), 0);
-    QVERIFY(!db->nameInFirstColumn("Missing", "x"));
-    QVERIFY(!db->hasColumnContaining("a", "Missing"));
-    QVERIFY(messages->said.isEmpty());
-}
-
 void TestDbConnection::positionalAndIdReads()
 {
     QVERIFY(db->createTable("T", {{"NSTRINGFORMAT_a", "text"}}));
@@ -167,6 +153,12 @@ void TestDbConnection::positionalAndIdReads()
     QVERIFY(db->deleteRecord("T", 2));
     QVERIFY(db->deleteRecord("T", 42));
     QCOMPARE(db->countRecords("T"), 2);
+
+    // Reading a table that does not exist says nothing.
+    QCOMPARE(db->countRecords("Missing") + db->getMaxId("Missing"), 0);
+    QVERIFY(db->getFieldNames("Missing").isEmpty() && db->getRecordAt("Missing", 0).isEmpty());
+    QVERIFY(db->findRecord("Missing", "a", "x").isEmpty() && !db->nameInFirstColumn("Missing", "x"));
+    QVERIFY(messages->said.isEmpty());
 }
 
 void TestDbConnection::findRecordAndMaxId()
@@ -178,22 +170,16 @@ void TestDbConnection::findRecordAndMaxId()
     QVERIFY(db->findRecord("T", "NSTRINGFORMAT_a", "Due").isEmpty());
     // An apostrophe in the value does not break the lookup.
     QCOMPARE(db->findRecord("T", "NSTRINGFORMAT_a", "l'anno").value(0).toInt(), 4);
+    // The identifier test ignores case and blanks and undoes doubled quotes.
+    QVERIFY(db->nameInFirstColumn("T", " DUE "));
+    QVERIFY(db->nameInFirstColumn("T", "L''Anno"));
+    QVERIFY(!db->nameInFirstColumn("T", "du e"));
 
     QVERIFY(db->clearTable("T"));
     QSqlQuery q(QSqlDatabase::database());
     QVERIFY(q.exec("INSERT INTO T VALUES (-5, 'a')"));
     QCOMPARE(db->getMaxId("T"), 0);
     QVERIFY(messages->said.isEmpty());
-}
-
-void TestDbConnection::nameInFirstColumnUndoesQuotesAndSpacing()
-{
-    QVERIFY(db->createTable("settings", {{"RSTRINGFORMAT_tableName", "text"}, {"RSTRINGFORMAT_iconPath", "text"}}));
-    fill("settings", {"ab c", "l''anno"});
-    QVERIFY(db->nameInFirstColumn("settings", "Ab  c"));
-    QVERIFY(db->nameInFirstColumn("settings", " AB C "));
-    QVERIFY(db->nameInFirstColumn("settings", "L''Anno"));
-    QVERIFY(!db->nameInFirstColumn("settings", "abc"));
 }
 
 void TestDbConnection::insertEmptyRecordChoosesId()

@@ -17,7 +17,6 @@ private slots:
     void systemTables();
     void folderPath_data();
     void folderPath();
-    void smallBuilders();
 };
 
 void TestNamingScheme::displayAndInternal_data()
@@ -130,15 +129,6 @@ void TestNamingScheme::folderPath()
     QFETCH(QString, name);
     QFETCH(QString, path);
     QCOMPARE(tableFolderPath(folder, name), path);
-}
-
-void TestNamingScheme::smallBuilders()
-{
-    QCOMPARE(typeStem("STRINGFORMAT"), QString("STRING"));
-    QCOMPARE(typeStem("LONGSTRINGFORMAT"), QString("LONGSTRING"));
-    QCOMPARE(makeColumnName("RSTRINGFORMAT", "Nome"), QString("RSTRINGFORMAT_Nome"));
-    QCOMPARE(sqlTypeForTag("INTEGERFORMAT"), QString("text"));
-    QCOMPARE(toDisplayTableName(QString::fromUtf8("Città")), QString::fromUtf8("Città"));
 }
 
 QTEST_APPLESS_MAIN(TestNamingScheme)

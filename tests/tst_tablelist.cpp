@@ -256,14 +256,6 @@ void TestTableList::buttonsEmitTheirTable()
     QCOMPARE(list.count(), 1);
     QCOMPARE(list.first().first().toString(), subtable);
 
-    ListButtonForm saved;
-    saved.setNameAndFilter("Clienti", "Roma");
-    QSignalSpy savedSpy(&saved, &ListButtonForm::changeListAndFilter);
-    QSignalSpy savedList(&saved, &ListButtonForm::changeList);
-    saved.pushed();
-    QCOMPARE(savedSpy.count(), 1);
-    QCOMPARE(savedSpy.first(), (QVariantList{"Clienti", "Roma"}));
-    QCOMPARE(savedList.count(), 0);
 }
 
 void TestTableList::progressOfEmptyTotal()
