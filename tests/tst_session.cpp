@@ -58,7 +58,6 @@ private slots:
     void newDbCreatesFileFoldersAndSystemTables();
     void bareFileNameUsesWorkingFolder();
     void fileThatIsNotADatabase();
-    void foreignDatabaseIsListed();
 };
 
 void TestSession::firstStartInEmptyFolder()
@@ -200,21 +199,6 @@ void TestSession::fileThatIsNotADatabase()
     QCOMPARE(messages.warnings, QStringList{"ERRORE: Impossibile aprire il Db!"});
     QVERIFY(w.tableButtonList().isEmpty());
     QCOMPARE(readFile("notes.db"), QString("these are plain notes, not a database\n"));
-}
-
-void TestSession::foreignDatabaseIsListed()
-{
-    TestFolder folder;
-    RecordingMessageHandler messages;
-    makeDatabase(folder.file("foreign.db"), {"CREATE TABLE people (id INTEGER PRIMARY KEY, name TEXT, age INTEGER)",
-                                             "INSERT INTO people VALUES (1, 'Anna', 30)",
-                                             "CREATE TABLE \"order\" (n)", "CREATE TABLE \"my table\" (x, y)",
-                                             "CREATE TABLE seq (k INTEGER PRIMARY KEY AUTOINCREMENT)"});
-    Tessaro w;
-    QStringList listed = listedTables(w);
-    listed.sort();
-    QCOMPARE(listed, (QStringList{"my table", "order", "people", "seq"}));
-    QVERIFY(messages.warnings.isEmpty());
 }
 
 QTEST_MAIN(TestSession)
