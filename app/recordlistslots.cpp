@@ -190,21 +190,24 @@ void Tessaro::vwRecord(int id)
     }
 }
 
-void Tessaro::nextRecord()
+// One step through the list, skipping records the list does not show now.
+// Next stops at the end of the record map (the items may be fewer when texts
+// collide), previous before the first row; with nothing left in that
+// direction the record the step began from stays current.
+void Tessaro::stepRecord(int direction)
 {
     int row = rowOfRecord(currentId);
     currentRow = row;
-    if (row >= records.size() - 1)
+    const int items = ui->userListWidget->count();
+    const auto pastEnd = [&](int r) { return direction > 0 ? r >= records.size() || r >= items : r < 1; };
+    if (direction > 0 ? row >= records.size() - 1 || row + 1 >= items : row < 1)
         return;
     const int start = currentId;
-    const int items = ui->userListWidget->count();
-    if (row + 1 >= items)
-        return;
-    ++row;
+    row += direction;
     int id = idOfRow(row);
     while (!isRecordListed(currentTable, id)) {
-        ++row;
-        if (row >= records.size() || row >= items) {
+        row += direction;
+        if (pastEnd(row)) {
             id = start;
             break;
         }
@@ -215,26 +218,14 @@ void Tessaro::nextRecord()
     vwRecord(id);
 }
 
+void Tessaro::nextRecord()
+{
+    stepRecord(1);
+}
+
 void Tessaro::prevRecord()
 {
-    int row = rowOfRecord(currentId);
-    currentRow = row;
-    if (row < 1)
-        return;
-    const int start = currentId;
-    --row;
-    int id = idOfRow(row);
-    while (!isRecordListed(currentTable, id)) {
-        --row;
-        if (row < 1) {
-            id = start;
-            break;
-        }
-        id = idOfRow(row);
-    }
-    currentRow = row;
-    currentId = id;
-    vwRecord(id);
+    stepRecord(-1);
 }
 
 void Tessaro::userSearch(const QString &text)

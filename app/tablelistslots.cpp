@@ -39,19 +39,14 @@ void Tessaro::setTableHeader(const QString &table)
 
 void Tessaro::discardTableButtons()
 {
-    for (ListButtonForm *button : qAsConst(tableButtons)) {
-        ui->listButtonLayout->removeWidget(button);
-        delete button;
-    }
+    // A deleted widget leaves its layout by itself.
+    qDeleteAll(tableButtons);
     tableButtons.clear();
 }
 
 void Tessaro::discardFilterButtons()
 {
-    for (ListButtonForm *button : qAsConst(filterButtons)) {
-        ui->filtersButtonLayout->removeWidget(button);
-        delete button;
-    }
+    qDeleteAll(filterButtons);
     filterButtons.clear();
 }
 
@@ -160,9 +155,7 @@ void Tessaro::dropCurrentTable(bool silent)
     tableNames.removeAll(table);
     for (int i = 0; i < tableButtons.size(); ++i) {
         if (tableButtons.at(i)->tableName() == table) {
-            ListButtonForm *button = tableButtons.takeAt(i);
-            ui->listButtonLayout->removeWidget(button);
-            delete button;
+            delete tableButtons.takeAt(i);
             break;
         }
     }

@@ -144,6 +144,7 @@ private:
     void resetRecordList();
     int rowOfRecord(int id) const;
     int idOfRow(int row);
+    void stepRecord(int direction);
     void selectRow(int row);
     void showRecordView(int id);
 

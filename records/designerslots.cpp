@@ -16,10 +16,7 @@ const char *const HiddenMarker = "HIDDENTABLE_";
 
 void Tessaro::clearTableDesigner()
 {
-    for (newTableElement *element : qAsConst(tableElements)) {
-        ui->newTableLayout->removeWidget(element);
-        delete element;
-    }
+    qDeleteAll(tableElements);
     tableElements.clear();
 }
 

@@ -42,10 +42,7 @@ void Tessaro::updateUser()
 
 void Tessaro::discardRecordPage()
 {
-    for (inputDataForm *editor : qAsConst(inputForms)) {
-        ui->inputLayout->removeWidget(editor);
-        delete editor;
-    }
+    qDeleteAll(inputForms);
     inputForms.clear();
 }
 
