@@ -205,6 +205,9 @@ void RecordPageTest::deleteAndClear()
     s.w.deleteUser(); // No: nothing goes
     s.w.deleteUser();
     QCOMPARE(s.rows("Clienti"), QStringList("RINTEGERFORMAT_Id=2;RSTRINGFORMAT_Nome=Anna"));
+    // The first listed record becomes current and is shown.
+    QCOMPARE(s.w.currentId, 2);
+    QCOMPARE(s.w.findChild<QLabel *>("lbViewInfo")->text(), QString("Anna"));
     s.w.findChild<QAction *>("actionClear_Selected_List")->trigger();
     QCOMPARE(s.db->countRecords("Clienti"), 0);
     QCOMPARE(s.db->countRecords("Fornitori"), 1);
