@@ -1,0 +1,68 @@
+#ifndef BENCHSUPPORT_H
+#define BENCHSUPPORT_H
+
+#include "storage/messagehandler.h"
+
+#include <QElapsedTimer>
+#include <QString>
+#include <functional>
+#include <vector>
+
+class Tessaro;
+
+// Says nothing and answers No: the bench must never block on a box. File
+// choices are answered from fileAnswer when it is set.
+class SilentHandler : public MessageHandler
+{
+public:
+    int warnings = 0;
+    QString fileAnswer;
+    void warning(const QString &) override { ++warnings; }
+    void information(const QString &) override {}
+    bool question(const QString &) override { return false; }
+    QString openFileName(QWidget *, const QString &, const QString &, const QString &) override { return fileAnswer; }
+    QStringList openFileNames(QWidget *, const QString &, const QString &, const QString &) override
+    {
+        return fileAnswer.isEmpty() ? QStringList() : QStringList{fileAnswer};
+    }
+    QString saveFileName(QWidget *, const QString &, const QString &, const QString &) override { return fileAnswer; }
+};
+
+// The tables every bench database holds: Persone (ten fields, the first a
+// lookup into Citta, one distinct city per person) and Citta.
+extern const char *const People;
+extern const char *const Cities;
+
+// What an operation works on: the real window, a database of size records
+// made by makeDatabase, and a scratch folder of its own.
+struct BenchContext {
+    Tessaro *window = nullptr;
+    SilentHandler *handler = nullptr;
+    QString dbPath;
+    QString folder;
+    int size = 0;
+};
+
+// One measured operation: its time, the bare SQLite work of the same size
+// timed in the same run, and their names for the printed line.
+struct BenchResult {
+    QString name;     // "open-100000"
+    double seconds = 0;
+    QString baselineName; // "bare-select"
+    double baseline = 0;
+};
+
+double seconds(const QElapsedTimer &timer);
+double best(std::vector<double> values);
+// Peak resident memory since the last resetPeakMemory, in MB.
+void resetPeakMemory();
+double peakMemoryMb();
+
+void makeDatabase(const QString &path, int size);
+// SELECT * of table stepped to the end, on the default connection.
+double bareSelect(const QString &table);
+
+// Prints "NAME X s, BASELINE Y s, ratio R, peak M MB".
+void printResult(const BenchResult &result, double peakMb);
+
+#endif // BENCHSUPPORT_H
