@@ -56,6 +56,8 @@ Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
     connect(ui->pbSaveNewUser, &QPushButton::clicked, this, &Tessaro::newRecord);
     connect(ui->pbEditUser, &QPushButton::clicked, this, &Tessaro::updateUser);
     connect(ui->pbCancelEdit, &QPushButton::clicked, this, &Tessaro::changeToUsersPage);
+    connect(ui->pbExitCalc, &QPushButton::clicked, this, &Tessaro::changeToUsersPage);
+    connect(ui->pbResult, &QPushButton::clicked, this, &Tessaro::calcResult);
     connect(ui->bbNewTable, &QDialogButtonBox::accepted, this, &Tessaro::acceptedNewTable);
     connect(ui->bbNewTable, &QDialogButtonBox::rejected, this, &Tessaro::cancelNewTable);
     connect(ui->pbIconImage, &QPushButton::clicked, this, &Tessaro::addTableIcon);
@@ -65,6 +67,7 @@ Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
     connect(ui->actionExit, &QAction::triggered, this, &Tessaro::close);
     connect(ui->pbHideList, &QPushButton::clicked, this, &Tessaro::hideShowList);
     connect(ui->pbDbName, &QPushButton::clicked, this, &Tessaro::showDbPath);
+    connect(ui->pbCalc, &QPushButton::clicked, this, &Tessaro::changeToCalcPage);
     connect(ui->pbSort, &QPushButton::toggled, this, &Tessaro::sort);
 
     // Scroll areas get a filled background; run-time widgets stack from the top.

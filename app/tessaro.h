@@ -19,6 +19,7 @@ class ListButtonForm;
 class newTableElement;
 class inputDataForm;
 class outputDataForm;
+class calcForm;
 
 // The main window and the program's one controller: it owns the database
 // connection, every page, the dialogs and the widgets made at run time.
@@ -84,6 +85,9 @@ public:
     QString previousTableName() const { return previousTable; }
     int previousRecordId() const { return previousId; }
 
+    // Calculator (calc/calcslots.cpp)
+    const QList<calcForm *> &calcForms() const { return calcRows; }
+
 public slots:
     // Session (app/tessaro.cpp)
     void newDb();
@@ -133,6 +137,10 @@ public slots:
     void clearTable();
     void clearAllTables();
 
+    // Calculator (calc/calcslots.cpp)
+    void changeToCalcPage();
+    void calcResult();
+
 private:
     void chooseAndOpenDb(bool create);
     void rebuildTableButtons();
@@ -173,6 +181,8 @@ private:
     QString previousTable;
     int previousId = 0;
     QList<outputDataForm *> outputWidgets;
+    // Calculator rows, in the table's column order
+    QList<calcForm *> calcRows;
 };
 
 #endif // TESSARO_H

@@ -22,6 +22,7 @@ struct Operation {
 // In the order they run; each starts from the table freshly loaded.
 const Operation Operations[] = {
     {"open", benchOpen},
+    {"calc", benchCalc},
 };
 
 } // namespace

@@ -366,6 +366,42 @@ QHash<int, QVariant> DbConnection::readValuesById(const QString &table, const QS
     return values;
 }
 
+bool DbConnection::readColumns(const QString &table, const QStringList &columns,
+                               const std::function<void(const QVector<QVariant> &)> &visit)
+{
+    const QStringList names = getFieldNames(table);
+    if (names.isEmpty())
+        return false;
+    QVector<int> positions;   // of each named column in the table, -1 when missing
+    QStringList present;
+    for (const QString &column : columns) {
+        const int at = names.indexOf(column);
+        positions.append(at);
+        if (at >= 0 && !present.contains(column))
+            present << column;
+    }
+    if (present.isEmpty())
+        present << names.first(); // still one pass, for the row count
+
+    QSqlQuery q(db);
+    q.setForwardOnly(true);
+    const QString statement = wholeTableSelect(table, present);
+    if (!q.exec(statement))
+        return false;
+    // With "SELECT *" the columns keep their own positions.
+    if (!statement.startsWith("SELECT * ")) {
+        for (int &at : positions)
+            at = at < 0 ? -1 : present.indexOf(names.at(at));
+    }
+    QVector<QVariant> values(columns.size());
+    while (q.next()) {
+        for (int i = 0; i < positions.size(); ++i)
+            values[i] = positions.at(i) >= 0 ? q.value(positions.at(i)) : QVariant();
+        visit(values);
+    }
+    return true;
+}
+
 bool DbConnection::execWrite(const QString &statement, QString *error)
 {
     QSqlQuery q(db);

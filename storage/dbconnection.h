@@ -10,6 +10,7 @@
 #include <QStringList>
 #include <QVariant>
 #include <QVector>
+#include <functional>
 
 // (column name, SQL type), as given to createTable.
 using ColumnDefinition = QPair<QString, QString>;
@@ -60,6 +61,11 @@ public:
     // RINTEGERFORMAT_Id -> value of column, for every row of table: what
     // getRecordById(table, id) would give for that column, for every id but 0.
     QHash<int, QVariant> readValuesById(const QString &table, const QString &column);
+    // Steps once through every row of table, in the order "SELECT *" gives
+    // them, calling visit with the values of the named columns (in the order
+    // named; invalid for a name the table lacks). False when it cannot be read.
+    bool readColumns(const QString &table, const QStringList &columns,
+                     const std::function<void(const QVector<QVariant> &)> &visit);
 
     // Writing
     bool createTable(const QString &table, const QList<ColumnDefinition> &columns);
