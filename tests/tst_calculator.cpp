@@ -94,6 +94,9 @@ void TestCalculator::sums_data()
     QTest::newRow("money rounded at each record")
         << QStringList{"0|0|0.004", "0|0|0.004", "0|0|0.004"} << QList<int>{SumPlus, SumPlus, SumPlus}
         << QStringList{"0.000000", "0.000000", "0.00"} << "0.012000";
+    QTest::newRow("halfway values round to even at each record")
+        << QStringList{"0|0.0078125|0.125", "0|0.0078125|0.125", "0|0.0078125|0.125"} << QList<int>{SumPlus, SumPlus, SumPlus}
+        << QStringList{"0.000000", "0.023436", "0.36"} << "0.398438";
     QTest::newRow("no records") << QStringList() << QList<int>{SumPlus, SumMinus, SumExclude}
                                 << QStringList{"0", "0", "0"} << "0.000000";
 }
@@ -116,6 +119,9 @@ void TestCalculator::sums()
     QCOMPARE(result.rowTexts, rowTexts);
     QTEST(result.totalText, "total");
     QCOMPARE(result.records, records.size());
+    // A table with an index is read whole, with its columns where they stand.
+    QVERIFY(QSqlQuery(QSqlDatabase::database()).exec("CREATE INDEX byPeso ON Conti (NREALFORMAT_Peso)"));
+    QCOMPARE(sumColumns(db, "Conti", rows).rowTexts, rowTexts);
 
     // A row adding the values itself shows the same totals.
     for (int i = 0; i < Columns.size(); ++i) {
