@@ -1,10 +1,17 @@
+#include "app/qtitalian.h"
+#include "app/resources.h"
 #include "app/tessaro.h"
 
 #include <QApplication>
+#include <QIcon>
 
 int main(int argc, char *argv[])
 {
     QApplication app(argc, argv);
+    installQtItalian(&app);
+    loadTessaroResources();
+    QApplication::setWindowIcon(QIcon(":/appIcon"));
+    QApplication::setDesktopFileName("tessaro");
     auto *window = new Tessaro;
     window->show();
     const int code = app.exec();

@@ -150,9 +150,24 @@ void Tessaro::changeToUsersPage()
 {
     if (!currentTable.isEmpty()) {
         loadList(currentTable);
-    } else if (tableNames.size() >= 3) {
-        currentTable = tableNames.at(2);
-        loadList(currentTable);
+    } else if (techMode) {
+        if (tableNames.size() >= 3) {
+            currentTable = tableNames.at(2);
+            loadList(currentTable);
+        }
+    } else {
+        // Outside Advanced Mode a system table never becomes current: the
+        // first table the list shows does, if there is one.
+        for (const QString &name : qAsConst(tableNames)) {
+            if (!isSystemTable(name) && (showHidden || !name.contains("HIDDENTABLE_"))) {
+                currentTable = name;
+                break;
+            }
+        }
+        if (!currentTable.isEmpty()) {
+            setTableHeader(currentTable);
+            loadList(currentTable);
+        }
     }
     ui->stPages->setCurrentWidget(ui->userPage);
 }

@@ -13,6 +13,9 @@
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
+#include <QLabel>
+#include <QShortcut>
+#include <QStatusBar>
 #include <QStyleFactory>
 #include <QTextStream>
 #include <cmath>
@@ -107,6 +110,30 @@ Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
     ui->leDbName->hide();
     ui->bbNewTable->button(QDialogButtonBox::Ok)->setDefault(true);
     ui->bbNewTable->button(QDialogButtonBox::Cancel)->setText("Annulla");
+
+    // Keys: the desktop's own for the file actions; on the record, designer
+    // and filter pages Return confirms and Esc leaves. A button's keys work
+    // only while it is shown and enabled, that is on its own page.
+    ui->actionNew_Db->setShortcut(QKeySequence::New);
+    ui->actionOpen_Db->setShortcut(QKeySequence::Open);
+    ui->actionExit->setShortcut(QKeySequence::Quit);
+    const struct {
+        QAbstractButton *button;
+        QList<QKeySequence> keys;
+    } pageKeys[] = {
+        {ui->pbSaveNewUser, {Qt::Key_Return, Qt::Key_Enter}},
+        {ui->pbCancelEdit, {Qt::Key_Escape}},
+        {ui->bbNewTable->button(QDialogButtonBox::Ok), {Qt::Key_Return, Qt::Key_Enter}},
+        {ui->bbNewTable->button(QDialogButtonBox::Cancel), {Qt::Key_Escape}},
+        {ui->pbSaveFilters, {Qt::Key_Return, Qt::Key_Enter}},
+        {ui->pbCancelFilters, {Qt::Key_Escape}},
+    };
+    for (const auto &page : pageKeys) {
+        for (const QKeySequence &key : page.keys) {
+            auto *shortcut = new QShortcut(key, page.button);
+            connect(shortcut, &QShortcut::activated, page.button, &QAbstractButton::click);
+        }
+    }
 
     nameForm = new chooseNameForm(this);
     nameForm->hide();
@@ -261,6 +288,11 @@ void Tessaro::chooseAndOpenDb(bool create)
     if (dbPath.isEmpty())
         return;
 
+    // A new database typed without its ending gets it, so that the open
+    // dialog's "*.db" filter finds it again.
+    if (create && !dbPath.endsWith(".db", Qt::CaseInsensitive))
+        dbPath += ".db";
+
     QFile last(LastDbFile);
     if (last.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
         last.write(dbPath.toUtf8());
@@ -286,6 +318,15 @@ void Tessaro::loadDb(const QString &path)
     resetRecordList();
     ui->lbViewInfo->clear();
     ui->lbListIcon->clear();
+    // Nothing of the previous database stays on screen, and no page that
+    // was open on it can write into this one.
+    clearRecordView();
+    discardRecordPage();
+    clearTableDesigner();
+    ui->lbListName->setText("----");
+    ui->lbToolbar->setText("----");
+    ui->pbReturn->hide();
+    ui->stPages->setCurrentWidget(ui->userPage);
 
     const int slash = path.lastIndexOf('/');
     dbPath = path;
@@ -369,6 +410,27 @@ void Tessaro::setReadOnly(bool on)
     // Open, Exit and Info stay usable in both modes.
     for (QAction *action : {ui->actionOpen_Db, ui->actionExit, ui->actionTool})
         action->setEnabled(true);
+
+    // Why the window is read-only, and the way out, in plain sight.
+    auto *notice = statusBar()->findChild<QLabel *>("lbReadOnly");
+    if (on && !notice) {
+        notice = new QLabel(statusBar());
+        notice->setObjectName("lbReadOnly");
+        notice->setText(QString::fromUtf8(
+            "<b>Sola lettura:</b> un'altra copia del programma sta usando questa cartella (%1). "
+            "Se nessun'altra copia è aperta, chiudere il programma, eliminare il file "
+            "\"lockDb.dat\" da quella cartella e riaprirlo.")
+                            .arg(QDir::toNativeSeparators(QDir::currentPath()).toHtmlEscaped()));
+        notice->setToolTip(notice->text());
+        notice->setWordWrap(true);
+        notice->setStyleSheet("QLabel { background: #fff3c4; color: #3d2e00; padding: 3px; }");
+        // The text wraps instead of widening the window.
+        notice->setMinimumWidth(1);
+        notice->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+        statusBar()->addPermanentWidget(notice, 1);
+    }
+    if (notice)
+        notice->setVisible(on);
 }
 
 void Tessaro::about()

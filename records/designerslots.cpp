@@ -40,6 +40,7 @@ void Tessaro::newTable()
                             static_cast<QWidget *>(ui->pbIconImage)})
         widget->show();
     openTableDesigner();
+    ui->leTableName->setFocus(Qt::OtherFocusReason);
 }
 
 void Tessaro::addField()
@@ -52,6 +53,7 @@ void Tessaro::addField()
                             static_cast<QWidget *>(ui->pbIconImage)})
         widget->hide();
     openTableDesigner();
+    tableElements.first()->focusName();
 }
 
 void Tessaro::addNewTableElement()

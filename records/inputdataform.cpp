@@ -3,6 +3,7 @@
 
 #include "app/resources.h"
 #include "records/imagebox.h"
+#include "records/typednumber.h"
 #include "storage/messagehandler.h"
 
 namespace {
@@ -141,6 +142,36 @@ void inputDataForm::setLineEditReadOnly(bool on)
     ui->leData->setReadOnly(on);
 }
 
+void inputDataForm::setRequired(bool on)
+{
+    required = on;
+    QFont font = ui->lbTitle->font();
+    font.setBold(on);
+    ui->lbTitle->setFont(font);
+    const QString tip = on ? QString::fromUtf8("Campo obbligatorio") : QString();
+    ui->lbTitle->setToolTip(tip);
+    setToolTip(tip);
+}
+
+bool inputDataForm::focusInput()
+{
+    QWidget *input = nullptr;
+    if (lineEditShown && !ui->leData->isReadOnly())
+        input = ui->leData;
+    else if (checkBoxShown)
+        input = ui->cbData;
+    else if (comboBoxShown)
+        input = ui->cboxData;
+    else if (dateEditShown)
+        input = ui->deData;
+    else if (spinBoxShown)
+        input = ui->sbNum;
+    if (!input)
+        return false;
+    input->setFocus(Qt::OtherFocusReason);
+    return true;
+}
+
 void inputDataForm::setImageButton(bool show)
 {
     imageButtonShown = show;
@@ -249,12 +280,8 @@ QString inputDataForm::value()
 
 double inputDataForm::numberValue()
 {
-    QString text = ui->leData->text();
-    text.remove(' ');
-    text.replace(',', '.');
-    bool ok = false;
-    const double number = text.toDouble(&ok);
-    if (ok)
+    double number = 0.0;
+    if (readTypedNumber(ui->leData->text(), &number))
         return number;
     if (active == 1)
         MessageHandler::current()->warning("ERRORE: Valore numerico non valido");

@@ -35,6 +35,13 @@ public:
     // A shown value the user may read but not change (a link's table name).
     void setLineEditReadOnly(bool on);
     void setPdfButton(bool show);
+    // A required field is titled in bold and says so in its tool tip; the
+    // title text itself stays the same.
+    void setRequired(bool on);
+    bool isRequired() const { return required; }
+    // Puts the cursor in the control the user types into; false when the
+    // editor has none that takes input.
+    bool focusInput();
 
     bool isTitleShown() const { return titleShown; }
     bool isLineEditShown() const { return lineEditShown; }
@@ -118,6 +125,7 @@ private:
     int active = 0;
     QString sentinelDateText;
     QString linkValue;
+    bool required = false; // shown as required on a record page
 };
 
 #endif // INPUTDATAFORM_H

@@ -134,3 +134,8 @@ void newTableElement::changeFieldType(const QString &type)
     ui->leName->setVisible(!linkToTable);
     ui->cbRequired->setEnabled(!linkToTable);
 }
+
+void newTableElement::focusName()
+{
+    ui->leName->setFocus(Qt::OtherFocusReason);
+}

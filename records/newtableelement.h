@@ -34,6 +34,8 @@ public:
     // The field name the user typed, when the column definition uses it;
     // empty on the from-table page and for a link to a chosen table.
     QString typedFieldName() const;
+    // Puts the cursor in the field name.
+    void focusName();
 
     // Internal names of the tables chosen in the from-table and link combos.
     QString chosenTable() const;

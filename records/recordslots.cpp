@@ -18,6 +18,15 @@ QByteArray u8(const QString &text)
 {
     return text.toUtf8();
 }
+
+// The cursor goes into the first field of the page that takes input.
+void focusFirstField(const QList<inputDataForm *> &editors, const QLayout *page)
+{
+    for (inputDataForm *editor : editors) {
+        if (page->indexOf(editor) >= 0 && editor->focusInput())
+            return;
+    }
+}
 } // namespace
 
 void Tessaro::changeToNewUserPage()
@@ -26,6 +35,7 @@ void Tessaro::changeToNewUserPage()
     buildRecordPage(db->getMaxId(currentTable) + 1, true);
     ui->stPages->setCurrentWidget(ui->newUserPage);
     ui->lbEdit->setText("Aggiungi");
+    focusFirstField(inputForms, ui->inputLayout);
 }
 
 void Tessaro::updateUser()
@@ -38,6 +48,7 @@ void Tessaro::updateUser()
     }
     buildRecordPage(currentId, false);
     ui->stPages->setCurrentWidget(ui->newUserPage);
+    focusFirstField(inputForms, ui->inputLayout);
 }
 
 void Tessaro::discardRecordPage()
@@ -74,6 +85,7 @@ void Tessaro::buildRecordPage(int id, bool newPage)
         // by its whole name.
         editor->setTitle(true, formatAt >= 0 ? field : column);
         editor->setColumnName(column);
+        editor->setRequired(column.startsWith('R'));
 
         // A link column always holds the name of the table it links to.
         if (type.contains("LINK"))

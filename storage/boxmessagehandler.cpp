@@ -2,6 +2,7 @@
 
 #include <QFileDialog>
 #include <QMessageBox>
+#include <QPushButton>
 
 namespace {
 MessageHandler *installedHandler = nullptr;
@@ -41,8 +42,12 @@ bool BoxMessageHandler::question(const QString &text)
     QMessageBox box;
     box.setIcon(QMessageBox::Warning);
     box.setText(text);
-    box.addButton(QMessageBox::No);
+    // Every question guards something that deletes, empties or may damage
+    // data: Return and Esc both answer No, only a deliberate Yes goes ahead.
+    QPushButton *no = box.addButton(QMessageBox::No);
     box.addButton(QMessageBox::Yes);
+    box.setDefaultButton(no);
+    box.setEscapeButton(no);
     return box.exec() == QMessageBox::Yes;
 }
 

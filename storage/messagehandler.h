@@ -18,7 +18,8 @@ public:
     virtual void warning(const QString &text) = 0;
     // Modal box with the information icon.
     virtual void information(const QString &text) = 0;
-    // Modal warning box with the buttons No and Yes; true only for Yes.
+    // Modal warning box with the buttons No and Yes; true only for Yes. No is
+    // the default button: Return (or Esc) never confirms.
     virtual bool question(const QString &text) = 0;
 
     // File choices; an empty text (or list) means the user cancelled.

@@ -1,0 +1,16 @@
+#include "app/qtitalian.h"
+
+#include <QCoreApplication>
+#include <QLibraryInfo>
+#include <QTranslator>
+
+bool installQtItalian(QCoreApplication *app)
+{
+    auto *catalogue = new QTranslator(app);
+    // qtbase_it holds every text of the widgets the program uses.
+    if (!catalogue->load("qtbase_it", QLibraryInfo::location(QLibraryInfo::TranslationsPath))) {
+        delete catalogue;
+        return false;
+    }
+    return app->installTranslator(catalogue);
+}
