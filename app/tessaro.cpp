@@ -116,7 +116,11 @@ Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
     // only while it is shown and enabled, that is on its own page.
     ui->actionNew_Db->setShortcut(QKeySequence::New);
     ui->actionOpen_Db->setShortcut(QKeySequence::Open);
-    ui->actionExit->setShortcut(QKeySequence::Quit);
+    // Not every desktop binds a key to Quit: Ctrl+Q then.
+    QList<QKeySequence> quitKeys = QKeySequence::keyBindings(QKeySequence::Quit);
+    if (!quitKeys.contains(QKeySequence(Qt::CTRL + Qt::Key_Q)))
+        quitKeys << QKeySequence(Qt::CTRL + Qt::Key_Q);
+    ui->actionExit->setShortcuts(quitKeys);
     const struct {
         QAbstractButton *button;
         QList<QKeySequence> keys;
@@ -424,8 +428,9 @@ void Tessaro::setReadOnly(bool on)
         notice->setToolTip(notice->text());
         notice->setWordWrap(true);
         notice->setStyleSheet("QLabel { background: #fff3c4; color: #3d2e00; padding: 3px; }");
-        // The text wraps instead of widening the window.
+        // The text wraps on two lines instead of widening the window.
         notice->setMinimumWidth(1);
+        notice->setMinimumHeight(2 * notice->fontMetrics().lineSpacing() + 8);
         notice->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
         statusBar()->addPermanentWidget(notice, 1);
     }

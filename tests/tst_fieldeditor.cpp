@@ -46,6 +46,11 @@ void FieldEditorTest::valuePerType_data()
     QTest::newRow("money comma") << "MONEY" << "" << "1234,5" << "1234.500000" << false << "l";
     QTest::newRow("money blanks") << "MONEY" << "" << "1 234,50" << "1234.500000" << false << "l";
     QTest::newRow("real negative") << "REAL" << "" << "-0,5" << "-0.500000" << false << "l";
+    // Points before the comma separate the thousands; any other mix is no number.
+    QTest::newRow("money thousands") << "MONEY" << "" << "1.234,56" << "1234.560000" << false << "l";
+    QTest::newRow("real millions") << "REAL" << "" << "-1.234.567,5" << "-1234567.500000" << false << "l";
+    QTest::newRow("point after comma") << "MONEY" << "" << "1,234.56" << "0.000000" << true << "l";
+    QTest::newRow("points only") << "REAL" << "" << "1.234.567" << "0.000000" << true << "l";
     QTest::newRow("letters active") << "REAL" << "" << "abc" << "0.000000" << true << "l";
     QTest::newRow("letters inactive") << "REAL" << "abc" << QString() << "0.000000" << false << "l";
     QTest::newRow("string") << "STRING" << "" << "  l'anno   x " << "l''anno x" << false << "l";
