@@ -169,7 +169,7 @@ void DesktopTest::smallestWindowShowsWholeTexts()
     Session s;
     s.w.administratorModeEnabled(true);
     s.w.resize(1, 1);
-    for (const char *action : {"", "pbEditUser", "pbCancelEdit", "actionTable"}) {
+    for (const char *action : {"", "pbEditUser", "pbCancelEdit", "pbCalc", "pbExitCalc", "actionTable"}) {
         if (QString(action).startsWith("pb"))
             s.child<QPushButton>(action)->click();
         else if (*action)
