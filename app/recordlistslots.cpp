@@ -36,9 +36,7 @@ QString columnTitle(const QString &column)
 
 bool Tessaro::isRecordListed(const QString &table, int id)
 {
-    Q_UNUSED(table)
-    Q_UNUSED(id)
-    return true;
+    return recordPassesFilter(table, id);
 }
 
 void Tessaro::resetRecordList()
@@ -59,6 +57,7 @@ void Tessaro::loadList(const QString &table)
         return;
     }
     resetRecordList();
+    forgetFilterResults();
 
     progress->setWindowTitle("Elaborazione");
     const int count = db->countRecords(table);
@@ -331,6 +330,7 @@ void Tessaro::showRecordView(int id)
         auto *widget = new outputDataForm(ui->datiContents);
         outputWidgets << widget;
         connect(widget, &outputDataForm::goToList, this, &Tessaro::goToRequest);
+        connect(widget, &outputDataForm::goToFilter, this, &Tessaro::callFilter);
         widget->setDocumentsBase(dbFolder);
         widget->setSearchId(id);
 

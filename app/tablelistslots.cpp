@@ -150,6 +150,7 @@ void Tessaro::dropCurrentTable(bool silent)
         const QSqlRecord row = db->findRecord(Settings, SettingsName, table);
         if (!row.isEmpty())
             db->deleteRecord(Settings, db->getFieldValue(Settings, row, IdColumn).toInt());
+        removeTableFilters(table);
     }
 
     tableNames.removeAll(table);
@@ -224,6 +225,7 @@ void Tessaro::changeTableIcon()
         insertRecord(Settings, fields, false);
     }
     rebuildTableButtons();
+    listSavedFilters();
 }
 
 void Tessaro::hideShowList(bool on)

@@ -42,6 +42,7 @@ Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
     connect(ui->actionTable, &QAction::triggered, this, &Tessaro::newTable);
     connect(ui->actionAdd_Field, &QAction::triggered, this, &Tessaro::addField);
     connect(ui->actionRemove_Table, &QAction::triggered, this, &Tessaro::removeTable);
+    connect(ui->actionDeleteFilter, &QAction::triggered, this, &Tessaro::deleteFilter);
     connect(ui->actionTech_Mod, &QAction::triggered, this, &Tessaro::enableTechMod);
     connect(ui->actionShow_Hidden_Tables, &QAction::triggered, this, &Tessaro::showHiddenTable);
     connect(ui->actionAdministrator_Mode, &QAction::triggered, this, &Tessaro::administratorModeEnabled);
@@ -54,11 +55,16 @@ Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
     connect(ui->pbUserNext, &QPushButton::clicked, this, &Tessaro::userSearchNext);
     connect(ui->pbUserPrev, &QPushButton::clicked, this, &Tessaro::userSearchPrev);
     connect(ui->pbNewUser, &QPushButton::clicked, this, &Tessaro::changeToNewUserPage);
+    connect(ui->pbFilter, &QPushButton::clicked, this, &Tessaro::changeToFilterPage);
     connect(ui->userListWidget, &QListWidget::itemSelectionChanged, this, &Tessaro::userSelectionChange);
     connect(ui->pbDeleteUser, &QPushButton::clicked, this, &Tessaro::deleteUser);
     connect(ui->pbSaveNewUser, &QPushButton::clicked, this, &Tessaro::newRecord);
+    connect(ui->pbSaveFilters, &QPushButton::clicked, this, &Tessaro::enableFilters);
+    connect(ui->pbNewFilter, &QPushButton::clicked, this, &Tessaro::createNewFilter);
+    connect(ui->pbResetFilters, &QPushButton::clicked, this, &Tessaro::disableFilters);
     connect(ui->pbEditUser, &QPushButton::clicked, this, &Tessaro::updateUser);
     connect(ui->pbCancelEdit, &QPushButton::clicked, this, &Tessaro::changeToUsersPage);
+    connect(ui->pbCancelFilters, &QPushButton::clicked, this, &Tessaro::cancelFilterOperation);
     connect(ui->pbExitCalc, &QPushButton::clicked, this, &Tessaro::changeToUsersPage);
     connect(ui->pbResult, &QPushButton::clicked, this, &Tessaro::calcResult);
     connect(ui->bbNewTable, &QDialogButtonBox::accepted, this, &Tessaro::acceptedNewTable);
@@ -70,6 +76,7 @@ Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
     connect(ui->actionExit, &QAction::triggered, this, &Tessaro::close);
     connect(ui->pbHideList, &QPushButton::clicked, this, &Tessaro::hideShowList);
     connect(ui->pbDbName, &QPushButton::clicked, this, &Tessaro::showDbPath);
+    connect(ui->pbFiltersPage, &QPushButton::clicked, this, &Tessaro::switchToFilters);
     connect(ui->pbCalc, &QPushButton::clicked, this, &Tessaro::changeToCalcPage);
     connect(ui->pbSort, &QPushButton::toggled, this, &Tessaro::sort);
 
@@ -141,6 +148,8 @@ Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
 
     nameForm = new chooseNameForm(this);
     nameForm->hide();
+    connect(nameForm, &QDialog::accepted, this, &Tessaro::waitForName);
+    connect(nameForm, &QDialog::rejected, this, [this] { awaitingFilterName = false; });
 
     setReadOnly(false);
 
@@ -319,6 +328,7 @@ void Tessaro::loadDb(const QString &path)
 
     discardTableButtons();
     currentTable.clear();
+    resetFilters();
     resetRecordList();
     ui->lbViewInfo->clear();
     ui->lbListIcon->clear();
@@ -391,6 +401,7 @@ void Tessaro::refreshTableList(bool skipLockCheck)
             }
         }
     }
+    listSavedFilters();
 }
 
 void Tessaro::setReadOnly(bool on)

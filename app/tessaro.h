@@ -2,6 +2,7 @@
 #define TESSARO_H
 
 #include "app/recordlisting.h"
+#include "filters/recordfilter.h"
 #include "records/fieldvaluelist.h"
 #include "storage/dbconnection.h"
 
@@ -88,6 +89,24 @@ public:
     // Calculator (calc/calcslots.cpp)
     const QList<calcForm *> &calcForms() const { return calcRows; }
 
+    // Filters and saved filters (filters/filterslots.cpp)
+    // The record test: whether a record of table passes the conditions of
+    // the filter page. Reads the table once per list load, not per record.
+    bool recordPassesFilter(const QString &table, int id);
+    void buildFilterPage();
+    void snapshotFilterPage();
+    void linkToFilter(const QString &table, int id);
+    void applyLinkFilter(int id, const QString &previousTableName, const QString &title);
+    void listSavedFilters();
+    void removeSavedFilter(const QString &name);
+    void removeTableFilters(const QString &table);
+    // The filter page's editors, one per column of the current table.
+    const QList<inputDataForm *> &filterEditors();
+    const QList<FilterCondition> &keptFilter() const { return keptConditions; }
+    const QList<ListButtonForm *> &savedFilterButtons() const { return filterButtons; }
+    bool filterLampOn() const { return filterLamp; }
+    QString appliedSavedFilter() const { return savedFilterName; }
+
 public slots:
     // Session (app/tessaro.cpp)
     void newDb();
@@ -141,6 +160,18 @@ public slots:
     void changeToCalcPage();
     void calcResult();
 
+    // Filters and saved filters (filters/filterslots.cpp)
+    void changeToFilterPage();
+    void enableFilters();
+    void disableFilters();
+    void cancelFilterOperation();
+    void switchToFilters(bool on);
+    void callFilter(const QString &table, int id);
+    void createNewFilter();
+    void waitForName();
+    void changeTableAndFilter(const QString &table, const QString &name);
+    void deleteFilter();
+
 private:
     void chooseAndOpenDb(bool create);
     void rebuildTableButtons();
@@ -183,6 +214,26 @@ private:
     QList<outputDataForm *> outputWidgets;
     // Calculator rows, in the table's column order
     QList<calcForm *> calcRows;
+
+    // Filters (filters/filterslots.cpp)
+    void ensureFilterPage();
+    void resetFilters();
+    void forgetFilterResults();
+    void setFilterLamp(bool on);
+    void showFilteredList();
+    void restoreFilterEditor(inputDataForm *editor, const FilterCondition &kept);
+    void addSavedFilterButton(const QString &name, const QString &table);
+    QList<inputDataForm *> filterForms;    // the filter page, in column order
+    QList<FilterCondition> keptConditions; // the page as last applied or reset
+    QString filterPageTable;               // table the page was built for
+    bool filterPageStale = true;           // cleared and waiting to be rebuilt
+    bool filterLamp = false;
+    bool listFiltered = false;             // the list was last loaded with a condition in force
+    FilterResults filterResults;           // of filterResultsTable, since the last list load
+    QString filterResultsTable;
+    bool filterResultsValid = false;
+    QString savedFilterName;               // the saved filter last applied
+    bool awaitingFilterName = false;       // the name dialog was opened to save a filter
 };
 
 #endif // TESSARO_H

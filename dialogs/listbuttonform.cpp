@@ -23,7 +23,8 @@ void ListButtonForm::setName(const QString &tableName)
 void ListButtonForm::setNameAndFilter(const QString &table, const QString &filter)
 {
     filterPair = qMakePair(table, filter);
-    ui->lbName->setText(toDisplayTableName(table));
+    // A saved-filter button is known by the filter's name.
+    ui->lbName->setText(filter);
     filterMode = true;
 }
 

@@ -404,43 +404,23 @@ void inputDataForm::setConnector(const QString &word)
 
 bool inputDataForm::compareWithFilter(const QString &type, const QVariant &recordValue) const
 {
-    if (active == 0)
-        return true;
-    const QString word = condition();
-    if (word == "NoCondition")
-        return true;
-    const bool equal = word == "Equal", different = word == "Disequal", major = word == "Major";
-    const QString r = recordValue.toString();
-    const QString f = ui->leData->text();
+    return conditionPasses(filterCondition(), type, recordValue.toString());
+}
 
-    if (type == "BOOL") {
-        // Major and Minor mean Equal on a check box.
-        const bool same = QVariant(r).toBool() == ui->cbData->isChecked();
-        return different ? !same : same;
-    }
-    if (type == "DATE") {
-        const QDate rd = QDate::fromString(r, "dd/MM/yyyy");
-        const QDate fd = QDate::fromString(ui->deData->text(), "dd/MM/yyyy");
-        return equal ? rd == fd : different ? rd != fd : major ? rd > fd : rd < fd;
-    }
-    if (type == "INTEGER") {
-        const int ri = r.toInt(), fi = ui->sbNum->value();
-        return equal ? ri == fi : different ? ri != fi : major ? ri > fi : ri < fi;
-    }
-    if (type == "REAL" || type == "MONEY") {
-        const double rn = r.toDouble(), fn = f.toDouble();
-        return equal ? rn == fn : different ? rn != fn : major ? rn > fn : rn < fn;
-    }
-    if (type == "IMAGE" || type == "PDF" || type == "SUBTABLE" || type == "LINK")
-        return true;
-    const bool textType = type == "STRING" || type == "LONGSTRING" || type == "MAIL" || type == "URL";
-    if (!textType && columnFullName.contains(LookupWord)) {
-        // A lookup compares record ids: the chosen item's key.
-        const int ri = r.toInt(), fi = ui->cboxData->currentText().section(' ', 0, 0).toInt();
-        return equal ? ri == fi : different ? ri != fi : major ? ri > fi : ri < fi;
-    }
-    // Text: Major and Minor both mean "contains", case-sensitive.
-    return equal ? r == f : different ? r != f : r.contains(f);
+FilterCondition inputDataForm::filterCondition() const
+{
+    FilterCondition c;
+    c.column = columnFullName;
+    c.type = typeWord;
+    c.active = active != 0;
+    c.comparison = condition();
+    c.joiner = connector();
+    c.text = ui->leData->text();
+    c.dateText = ui->deData->text();
+    c.number = ui->sbNum->value();
+    c.checked = ui->cbData->isChecked();
+    c.lookupKey = ui->cboxData->currentText().section(' ', 0, 0);
+    return c;
 }
 
 void inputDataForm::viewImageBox()

@@ -1,6 +1,8 @@
 #ifndef INPUTDATAFORM_H
 #define INPUTDATAFORM_H
 
+#include "filters/recordfilter.h"
+
 #include <QDate>
 #include <QString>
 #include <QStringList>
@@ -81,6 +83,8 @@ public:
     // Whether a record's value passes this editor's condition (always true
     // while the field takes no part in the filter).
     bool compareWithFilter(const QString &type, const QVariant &recordValue) const;
+    // The condition as plain values, read from the widgets.
+    FilterCondition filterCondition() const;
 
     // Folder texts handed to the image dialog and used for PDF copies:
     // the record's folder ("TABLES_DOC/...") and the database file's folder.

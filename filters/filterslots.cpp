@@ -1,0 +1,436 @@
+// The filter page, the record test behind the record list, the search for
+// records that link to a record, and filters saved by name.
+#include "app/tessaro.h"
+#include "ui_tessaro.h"
+
+#include "dialogs/choosenameform.h"
+#include "dialogs/listbuttonform.h"
+#include "dialogs/progressbarform.h"
+#include "filters/savedfilters.h"
+#include "records/inputdataform.h"
+#include "records/tabledesign.h"
+#include "storage/messagehandler.h"
+
+#include <QSignalBlocker>
+
+namespace {
+const char *const LookupMarker = "_XDTX_";
+const char *const SavingTitle = "Salvataggio in corso";
+
+bool anyActive(const QList<FilterCondition> &conditions)
+{
+    for (const FilterCondition &condition : conditions) {
+        if (condition.active)
+            return true;
+    }
+    return false;
+}
+
+bool isComparison(const QString &word)
+{
+    return word == "Equal" || word == "Disequal" || word == "Major" || word == "Minor";
+}
+} // namespace
+
+// ---------------------------------------------------------------- the page
+
+void Tessaro::buildFilterPage()
+{
+    qDeleteAll(filterForms);
+    filterForms.clear();
+    QHash<QString, QStringList> lookupItems; // other table -> combo items
+
+    for (const QString &column : db->getFieldNames(currentTable)) {
+        auto *editor = new inputDataForm(ui->filterContents);
+        filterForms << editor;
+
+        const QString rest = column.mid(1);
+        const int formatAt = rest.indexOf("FORMAT_");
+        const QString type = formatAt >= 0 ? rest.left(formatAt) : rest;
+        const QString field = formatAt >= 0 ? rest.mid(formatAt + int(strlen("FORMAT_"))) : QString();
+        editor->setTitle(true, formatAt >= 0 ? field : column);
+        editor->setColumnName(column);
+        editor->setFilterMode(true);
+
+        if (column.startsWith('X')) {
+            // "---", then "id first-field" for every record of the other table.
+            const QString otherTable = rest.section(LookupMarker, 0, 0);
+            if (!lookupItems.contains(otherTable)) {
+                const DbConnection::ListColumn other = db->readListColumn(otherTable);
+                QStringList items("---");
+                items.reserve(other.ids.size() + 1);
+                for (int i = 0; i < other.ids.size(); ++i)
+                    items << QString::number(other.ids.at(i)) + " " + other.values.at(i).toString();
+                lookupItems.insert(otherTable, items);
+            }
+            editor->setValue(LookupMarker, QVariant());
+            editor->setComboBox(true, lookupItems.value(otherTable));
+            editor->setComboIndex(0);
+        } else {
+            editor->setValue(type, QVariant());
+        }
+        editor->setActive();
+
+        // Attachments and subtables cannot be filtered on; the id and the
+        // record's folder are never tested.
+        if (type == "IMAGE" || type == "PDF" || type == "SUBTABLE" || field == "Id" || field == "UserPath")
+            editor->hide();
+        else
+            ui->filterLayout->addWidget(editor);
+    }
+    filterPageTable = currentTable;
+    filterPageStale = false;
+    filterResultsValid = false;
+}
+
+// Opening a table clears the page; the editors are made again when the page
+// is next needed, so that opening a table never waits for them.
+void Tessaro::ensureFilterPage()
+{
+    if (filterPageStale || filterPageTable != currentTable) {
+        buildFilterPage();
+        snapshotFilterPage();
+    }
+}
+
+const QList<inputDataForm *> &Tessaro::filterEditors()
+{
+    ensureFilterPage();
+    return filterForms;
+}
+
+void Tessaro::snapshotFilterPage()
+{
+    keptConditions.clear();
+    for (const inputDataForm *editor : qAsConst(filterForms))
+        keptConditions << editor->filterCondition();
+}
+
+void Tessaro::restoreFilterEditor(inputDataForm *editor, const FilterCondition &kept)
+{
+    // Putting a value back makes the editor take part, as an edit does; its
+    // kept condition and flag are set afterwards.
+    if (editor->isLineEditShown())
+        editor->setLineEdit(true, kept.text);
+    if (editor->isCheckBoxShown())
+        editor->setCheckBox(true, kept.checked, editor->checkBoxText());
+    if (editor->isDateEditShown())
+        editor->setDateEdit(true, QDate::fromString(kept.dateText, "dd/MM/yyyy"));
+    if (editor->isSpinBoxShown())
+        editor->setSpinBox(true, kept.number);
+    if (editor->isComboBoxShown()) {
+        editor->setComboIndex(0);
+        if (kept.lookupKey != "---")
+            editor->selectLookupItem(kept.lookupKey);
+    }
+    editor->setCondition(kept.comparison);
+    editor->setConnector(kept.joiner);
+    if (kept.active)
+        editor->activatedByButton();
+    else
+        editor->deactivatedByButton();
+}
+
+void Tessaro::setFilterLamp(bool on)
+{
+    filterLamp = on;
+    ui->pbFilter->setIcon(QIcon(on ? ":/ledOnIcon" : ":/ledOffIcon"));
+}
+
+void Tessaro::resetFilters()
+{
+    setFilterLamp(false);
+    filterPageStale = true;
+    keptConditions.clear();
+    savedFilterName.clear();
+    filterResultsValid = false;
+}
+
+void Tessaro::changeToFilterPage()
+{
+    ensureFilterPage();
+    ui->stPages->setCurrentWidget(ui->filterPage);
+}
+
+// Lists the current table again through the filter, shows the list page and
+// its first record, or an empty view.
+void Tessaro::showFilteredList()
+{
+    loadList(currentTable);
+    ui->stPages->setCurrentWidget(ui->userPage);
+    QListWidget *list = ui->userListWidget;
+    if (list->count() == 0) {
+        clearRecordView();
+        return;
+    }
+    currentRow = 0;
+    const int id = idOfRow(0);
+    currentId = id;
+    {
+        const QSignalBlocker quiet(list);
+        selectRow(0);
+    }
+    vwRecord(id);
+}
+
+void Tessaro::enableFilters()
+{
+    ensureFilterPage();
+    snapshotFilterPage();
+    setFilterLamp(anyActive(keptConditions));
+    showFilteredList();
+}
+
+void Tessaro::disableFilters()
+{
+    setFilterLamp(false);
+    keptConditions.clear();
+    filterPageStale = true;
+    filterResultsValid = false;
+    // Reset on the page itself: the user sees it cleared at once.
+    if (ui->stPages->currentWidget() == ui->filterPage) {
+        buildFilterPage();
+        snapshotFilterPage();
+    }
+}
+
+void Tessaro::cancelFilterOperation()
+{
+    if (!filterPageStale && filterForms.size() == keptConditions.size()) {
+        for (int i = 0; i < filterForms.size(); ++i)
+            restoreFilterEditor(filterForms.at(i), keptConditions.at(i));
+    }
+    // After "Resetta" the list still shows what the old filter let through.
+    if (listFiltered && !anyActive(keptConditions))
+        showFilteredList();
+    else
+        ui->stPages->setCurrentWidget(ui->userPage);
+}
+
+void Tessaro::switchToFilters(bool on)
+{
+    ui->sWControls->setCurrentWidget(on ? ui->filtersPage : ui->tablesPage);
+}
+
+// ---------------------------------------------------------------- the record test
+
+// A list load tests every record afresh: the table may have changed.
+void Tessaro::forgetFilterResults()
+{
+    filterResultsValid = false;
+    listFiltered = false;
+}
+
+bool Tessaro::recordPassesFilter(const QString &table, int id)
+{
+    if (filterPageStale)
+        return true; // a page waiting to be rebuilt holds no condition
+    if (!filterResultsValid || filterResultsTable != table) {
+        QList<FilterCondition> conditions;
+        for (const inputDataForm *editor : qAsConst(filterForms))
+            conditions << editor->filterCondition();
+        filterResults = evaluateFilter(*db, table, conditions);
+        filterResultsTable = table;
+        filterResultsValid = true;
+        listFiltered = anyActive(conditions);
+    }
+    return filterResults.passes(id);
+}
+
+// ---------------------------------------------------------------- linked records
+
+void Tessaro::callFilter(const QString &table, int id)
+{
+    linkToFilter(table, id);
+}
+
+void Tessaro::linkToFilter(const QString &table, int id)
+{
+    if (!db->tableExists(table)) {
+        MessageHandler::current()->warning(
+            QString::asprintf("ERRORE: La Tabella '%s' non esiste!\n", table.toUtf8().constData()));
+        return;
+    }
+    const QString title = ui->lbViewInfo->text();
+    const QString from = currentTable;
+    ui->pbReturn->show();
+    previousTable = currentTable;
+    previousId = currentId;
+    setTableHeader(table);
+    currentTable = table;
+    buildFilterPage();
+    applyLinkFilter(id, from, title);
+    enableFilters();
+}
+
+void Tessaro::applyLinkFilter(int id, const QString &previousTableName, const QString &title)
+{
+    // The lookups of this table into the one left behind: each must hold the
+    // record left behind; any of them will do.
+    const QString lookupPrefix = "X" + previousTableName + LookupMarker;
+    const QString key = QString::number(id);
+    for (inputDataForm *editor : qAsConst(filterForms)) {
+        editor->setActive();
+        if (!editor->columnName().startsWith(lookupPrefix))
+            continue;
+        editor->setComboText(QString::asprintf("%d %s", id, title.toUtf8().constData()));
+        if (editor->comboText().section(' ', 0, 0) != key)
+            editor->selectLookupItem(key);
+        if (editor->comboText().section(' ', 0, 0) != key)
+            continue; // the record left behind is not among the items
+        editor->setCondition("Equal");
+        editor->setConnector("Or");
+        editor->activatedByButton();
+    }
+}
+
+// ---------------------------------------------------------------- saved filters
+
+void Tessaro::createNewFilter()
+{
+    progress->setWindowTitle(SavingTitle);
+    progress->setLabel(SavingTitle);
+    progress->setValue(0);
+    progress->show();
+    enableFilters();
+    nameForm->clear();
+    awaitingFilterName = true;
+    nameForm->setModal(true);
+    nameForm->show();
+    progress->hide();
+}
+
+void Tessaro::waitForName()
+{
+    // The name dialog serves others too: only an answer to createNewFilter saves.
+    if (!awaitingFilterName)
+        return;
+    awaitingFilterName = false;
+    if (readOnly)
+        return;
+    const QString name = nameForm->getName().simplified();
+    const QString problem = savedFilterNameProblem(readSavedFilterRows(*db), name);
+    if (!problem.isEmpty()) {
+        MessageHandler::current()->warning(refusedNameWarning(name, problem));
+        return;
+    }
+
+    progress->setWindowTitle(SavingTitle);
+    progress->setLabel(SavingTitle);
+    progress->setValue(0);
+    progress->show();
+    const int count = filterForms.size();
+    for (int i = 0; i < count; ++i) {
+        inputDataForm *editor = filterForms.at(i);
+        const FilterCondition condition = editor->filterCondition();
+        const QString type = editor->fieldType();
+        QString value = editor->value();
+        if (type != "STRING" && type != "LONGSTRING" && type != "SUBTABLE")
+            value.replace("'", "''"); // the editor doubles apostrophes for text fields only
+        // An editor that takes no part is kept as such, whatever button shows.
+        const QString comparison = condition.active ? condition.comparison : QString("NoCondition");
+        insertRecord(FiltersTable,
+                     savedFilterRowFields(name, i, currentTable, editor->columnName(), value, type, comparison,
+                                          condition.joiner),
+                     false);
+        reportProgress(i + 1, count);
+    }
+    addSavedFilterButton(name, currentTable);
+    savedFilterName = name;
+    progress->hide();
+}
+
+void Tessaro::addSavedFilterButton(const QString &name, const QString &table)
+{
+    auto *button = new ListButtonForm(ui->filtersScrollContents);
+    filterButtons << button;
+    button->setNameAndFilter(table, name);
+    button->setIcon(tableIcon(table));
+    ui->filtersButtonLayout->addWidget(button);
+    connect(button, &ListButtonForm::changeListAndFilter, this, &Tessaro::changeTableAndFilter);
+}
+
+void Tessaro::listSavedFilters()
+{
+    discardFilterButtons();
+    for (const auto &head : savedFilterHeads(readSavedFilterRows(*db)))
+        addSavedFilterButton(head.first, head.second);
+}
+
+void Tessaro::changeTableAndFilter(const QString &table, const QString &name)
+{
+    setTableHeader(table);
+    currentTable = table;
+    setFilterLamp(true);
+    buildFilterPage();
+
+    for (const SavedFilterRow &row : readSavedFilterRows(*db)) {
+        if (savedFilterBaseName(row.name) != name)
+            continue;
+        // A column removed since the filter was saved finds no editor.
+        inputDataForm *editor = nullptr;
+        for (inputDataForm *candidate : qAsConst(filterForms)) {
+            if (candidate->columnName() == row.field) {
+                editor = candidate;
+                break;
+            }
+        }
+        if (!editor)
+            continue;
+        editor->setConnector(row.joiner);
+        if (!isComparison(row.condition)) {
+            editor->setActive();
+            continue;
+        }
+        if (editor->isComboBoxShown()) {
+            editor->selectLookupItem(row.value);
+            if (editor->comboText().section(' ', 0, 0) != row.value) {
+                editor->setComboIndex(0); // the record it named is gone
+                continue;
+            }
+        } else {
+            editor->setValue(row.type, row.value);
+        }
+        editor->setCondition(row.condition);
+        editor->activatedByButton();
+    }
+
+    snapshotFilterPage();
+    savedFilterName = name;
+    showFilteredList();
+}
+
+void Tessaro::deleteFilter()
+{
+    MessageHandler *messages = MessageHandler::current();
+    if (savedFilterName.isEmpty()) {
+        messages->warning("ERRORE: Non è stato selezionato nessun filtro!\n");
+        return;
+    }
+    if (messages->question(QString::asprintf("Eliminare %s?", savedFilterName.toUtf8().constData())))
+        removeSavedFilter(savedFilterName);
+}
+
+void Tessaro::removeSavedFilter(const QString &name)
+{
+    if (readOnly)
+        return;
+    deleteSavedFilterRows(*db, name);
+    for (int i = filterButtons.size() - 1; i >= 0; --i) {
+        if (filterButtons.at(i)->filterName() == name)
+            delete filterButtons.takeAt(i);
+    }
+    if (savedFilterName == name)
+        savedFilterName.clear();
+}
+
+void Tessaro::removeTableFilters(const QString &table)
+{
+    const QStringList names = deleteTableFilterRows(*db, table);
+    for (int i = filterButtons.size() - 1; i >= 0; --i) {
+        if (filterButtons.at(i)->filterTable() == table)
+            delete filterButtons.takeAt(i);
+    }
+    if (names.contains(savedFilterName))
+        savedFilterName.clear();
+}
