@@ -7,5 +7,6 @@
 // and returns its time and its baseline's. One file per operation.
 BenchResult benchOpen(BenchContext &context);
 BenchResult benchCalc(BenchContext &context);
+BenchResult benchFilter(BenchContext &context);
 
 #endif // BENCHOPERATIONS_H

@@ -23,6 +23,7 @@ struct Operation {
 const Operation Operations[] = {
     {"open", benchOpen},
     {"calc", benchCalc},
+    {"filter", benchFilter},
 };
 
 } // namespace

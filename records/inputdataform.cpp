@@ -106,6 +106,10 @@ void inputDataForm::setComboBox(bool show, const QStringList &items)
 {
     comboBoxShown = show;
     if (show) {
+        // The combo stretches with its page, so it need not measure every
+        // item (a lookup into a large table offers one per record).
+        ui->cboxData->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+        ui->cboxData->setMinimumContentsLength(20);
         ui->cboxData->insertItems(0, items);
         ui->cboxData->show();
     } else {
