@@ -123,6 +123,7 @@ void Tessaro::changeTable(const QString &table)
 {
     setTableHeader(table);
     currentTable = table;
+    disableFilters();
     changeToUsersPage();
 
     QListWidget *list = ui->userListWidget;

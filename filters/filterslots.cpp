@@ -187,8 +187,9 @@ void Tessaro::disableFilters()
     keptConditions.clear();
     filterPageStale = true;
     filterResultsValid = false;
-    // Reset on the page itself: the user sees it cleared at once.
-    if (ui->stPages->currentWidget() == ui->filterPage) {
+    // Reset on the page itself: the user sees it cleared at once. (Opening
+    // another table leaves the rebuild for when the page is next shown.)
+    if (ui->stPages->currentWidget() == ui->filterPage && filterPageTable == currentTable) {
         buildFilterPage();
         snapshotFilterPage();
     }
