@@ -10,6 +10,7 @@
 #include "records/inputdataform.h"
 #include "records/tabledesign.h"
 #include "storage/messagehandler.h"
+#include "storage/namingscheme.h"
 
 #include <QSignalBlocker>
 
@@ -53,8 +54,10 @@ void Tessaro::buildFilterPage()
         editor->setFilterMode(true);
 
         if (column.startsWith('X')) {
-            // "---", then "id first-field" for every record of the other table.
+            // Titled after the table it looks into, as the record view does;
+            // "---", then "id first-field" for every record of that table.
             const QString otherTable = rest.section(LookupMarker, 0, 0);
+            editor->setTitle(true, toDisplayTableName(otherTable) + "_" + field);
             if (!lookupItems.contains(otherTable)) {
                 const DbConnection::ListColumn other = db->readListColumn(otherTable);
                 QStringList items("---");

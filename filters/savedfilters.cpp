@@ -30,6 +30,9 @@ QString savedFilterBaseName(const QString &rowName)
 QList<SavedFilterRow> readSavedFilterRows(DbConnection &db)
 {
     QList<SavedFilterRow> rows;
+    // A "filters" table laid out otherwise (a foreign database) holds no saved filter.
+    if (!db.getFieldNames(FiltersTable).contains(NameColumn))
+        return rows;
     for (const QSqlRecord &record : db.getAllRecords(FiltersTable)) {
         SavedFilterRow row;
         row.id = record.value(IdColumn).toInt();
