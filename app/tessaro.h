@@ -79,7 +79,7 @@ public:
     // Fills userListWidget and the record map with the records of table.
     void loadList(const QString &table);
     // Whether a record of table is listed now: the one question the list and
-    // next/previous ask. Lets every record through while no filter exists.
+    // next/previous ask, answered by the filter test.
     bool isRecordListed(const QString &table, int id);
     const RecordMap &recordMap() const { return records; }
     const QList<outputDataForm *> &recordViewWidgets() const { return outputWidgets; }
@@ -102,10 +102,8 @@ public:
     void removeTableFilters(const QString &table);
     // The filter page's editors, one per column of the current table.
     const QList<inputDataForm *> &filterEditors();
-    const QList<FilterCondition> &keptFilter() const { return keptConditions; }
     const QList<ListButtonForm *> &savedFilterButtons() const { return filterButtons; }
     bool filterLampOn() const { return filterLamp; }
-    QString appliedSavedFilter() const { return savedFilterName; }
 
 public slots:
     // Session (app/tessaro.cpp)
