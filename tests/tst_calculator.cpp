@@ -3,12 +3,14 @@
 #include "app/tessaro.h"
 #include "calc/calcform.h"
 #include "calc/columnsums.h"
+#include "records/inputdataform.h"
 #include "storage/dbconnection.h"
 #include "testsupport.h"
 
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QPushButton>
 #include <QSqlQuery>
 #include <QStackedWidget>
@@ -129,6 +131,16 @@ void TestCalculator::pageInTheWindow()
               {"a|2|1|10.50|0.5", "b|3|1|4.25|1.5", "c|5|1|0.25|2"});
     window.loadDb(folder.file("calc.db"));
     window.refreshTableList(true);
+    // The sums take every record, whatever the filter lets through.
+    window.changeToFilterPage();
+    for (inputDataForm *editor : window.filterEditors()) {
+        if (editor->columnName() == "RSTRINGFORMAT_Nome") {
+            editor->findChild<QLineEdit *>("leData")->setText("a");
+            editor->setCondition("Equal");
+        }
+    }
+    window.enableFilters();
+    QCOMPARE(window.findChild<QListWidget *>("userListWidget")->count(), 1);
     messages.clear();
     click(&window, "pbCalc");
     QCOMPARE(pages->currentIndex(), 1);
