@@ -1,5 +1,6 @@
 #include "filters/recordfilter.h"
 
+#include "records/typednumber.h"
 #include "storage/dbconnection.h"
 
 #include <QDate>
@@ -52,7 +53,10 @@ RecordFilter::Test RecordFilter::prepare(const FilterCondition &condition, const
         test.integer = condition.number;
     } else if (t == "REAL" || t == "MONEY") {
         test.kind = Test::Real;
-        test.real = condition.text.toDouble();
+        bool plain = false;
+        test.real = condition.text.toDouble(&plain);
+        if (!plain) // typed the Italian way: "12,5", "1.234,56"
+            readTypedNumber(condition.text, &test.real);
     } else if (t == "IMAGE" || t == "PDF" || t == "SUBTABLE" || t == "LINK") {
         test.kind = Test::Always;
     } else if (t == "STRING" || t == "LONGSTRING" || t == "MAIL" || t == "URL") {
