@@ -3,30 +3,40 @@
 #include "storage/dbconnection.h"
 
 #include <algorithm>
+#include <numeric>
 
 void RecordMap::clear()
 {
     entries.clear();
+    shared.clear();
     firstText.clear();
     indexed = false;
 }
 
+QMap<QString, int> RecordMap::map() const
+{
+    QMap<QString, int> ordered;
+    for (auto it = entries.constBegin(); it != entries.constEnd(); ++it)
+        ordered.insert(it.key(), it.value());
+    return ordered;
+}
+
 void RecordMap::insert(const QString &text, int id)
 {
-    const auto existing = entries.constFind(text);
-    if (existing != entries.constEnd()) {
+    const auto existing = entries.find(text);
+    if (existing != entries.end()) {
+        shared.insert(text);
         if (existing.value() != id)
             indexed = false; // an id loses a text: find first texts again when asked
-        entries.insert(text, id);
+        existing.value() = id;
         return;
     }
     entries.insert(text, id);
     if (indexed) {
-        const auto first = firstText.find(id);
-        if (first == firstText.end())
-            firstText.insert(id, text);
-        else if (text < first.value())
-            first.value() = text;
+        bool added;
+        QString &first = firstText.slot(id, &added);
+        if (added || text < first)
+            first = text;
     }
 }
 
@@ -42,66 +52,106 @@ int RecordMap::idOf(const QString &text)
 bool RecordMap::textOf(int id, QString *text) const
 {
     if (!indexed) {
-        firstText.clear();
-        firstText.reserve(entries.size());
-        // Walking in key order, the first text met for an id is its first one.
+        firstText = ById<QString>(entries.size());
+        // The first text of an id in key order is the least of its texts.
         for (auto it = entries.constBegin(); it != entries.constEnd(); ++it) {
-            if (!firstText.contains(it.value()))
-                firstText.insert(it.value(), it.key());
+            bool added;
+            QString &first = firstText.slot(it.value(), &added);
+            if (added || it.key() < first)
+                first = it.key();
         }
         indexed = true;
     }
-    const auto found = firstText.constFind(id);
-    if (found == firstText.constEnd())
+    const QString *found = firstText.find(id);
+    if (!found)
         return false;
-    *text = found.value();
+    *text = *found;
     return true;
 }
 
-void sortListTexts(QStringList &texts)
+namespace {
+
+// The referenced record's value, by id, for a lookup column
+// ("X" + other table + "_XDTX_" + other column, maybe with a repeat suffix).
+ById<QString> readLookedUpTexts(DbConnection &db, const QString &listColumn, int expected,
+                                const std::function<void()> &keepAlive)
 {
-    std::sort(texts.begin(), texts.end());
+    const QString reference = listColumn.mid(1);
+    const QString otherTable = reference.section("_XDTX_", 0, 0);
+    const QString otherColumn = reference.section("_XDTX_", 1).section("_XMLTYX_", 0, 0);
+    ById<QString> texts(expected);
+    db.readValuesById(otherTable, otherColumn, [&](int id, const QVariant &value) {
+        // The first row of an id is the one a lookup by id finds.
+        texts.insertFirst(id, value.toString());
+        keepAlive();
+    });
+    return texts;
 }
 
-RecordListing readRecordListing(DbConnection &db, const QString &table, bool sorted,
+} // namespace
+
+RecordListing readRecordListing(DbConnection &db, const QString &table, int rowCount, bool sorted,
                                 const std::function<bool(int)> &listed,
                                 const std::function<void(int, int)> &progress)
 {
     RecordListing listing;
-    const DbConnection::ListColumn rows = db.readListColumn(table);
-    const int count = rows.ids.size();
-    listing.rowCount = count;
+    listing.rowCount = rowCount;
+    const QStringList names = db.getFieldNames(table);
+    const QString listColumn = names.value(1);
 
-    // A lookup column shows the referenced record's value: read the other
-    // table once instead of once per row.
-    const bool lookup = rows.name.startsWith('X');
-    QHash<int, QVariant> lookedUp;
-    if (lookup) {
-        const QString reference = rows.name.mid(1);
-        const QString otherTable = reference.section("_XDTX_", 0, 0);
-        const QString otherColumn = reference.section("_XDTX_", 1).section("_XMLTYX_", 0, 0);
-        lookedUp = db.readValuesById(otherTable, otherColumn);
-    }
+    // A lookup column shows the referenced record's value: the other table
+    // is read once, before the rows, instead of once per row.
+    const bool lookup = listColumn.startsWith('X');
+    ById<QString> lookedUp;
+    if (lookup)
+        lookedUp = readLookedUpTexts(db, listColumn, rowCount, [&] { progress(0, rowCount); });
 
-    listing.texts.reserve(count);
+    std::vector<int> ids;
+    ids.reserve(size_t(rowCount));
+    listing.texts.reserve(rowCount);
+    listing.map.reserve(rowCount);
     const QString noText = QStringLiteral("----");
-    for (int i = 0; i < count; ++i) {
-        const int id = rows.ids.at(i);
+    int i = 0;
+    db.readListColumn(table, [&](int id, const QVariant &value) {
+        const int row = i++;
         if (!listed(id))
-            continue;
+            return;
         QString text;
         if (lookup) {
-            text = lookedUp.value(rows.values.at(i).toInt()).toString();
+            const QString *found = lookedUp.find(value.toInt());
+            if (found)
+                text = *found;
             listing.map.insert(text, id);
         } else {
-            text = rows.values.at(i).toString();
+            text = value.toString();
             if (!text.isEmpty())
                 listing.map.insert(text, id);
         }
         listing.texts.append(text.isEmpty() ? noText : text);
-        progress(i, count);
+        ids.push_back(id);
+        progress(row, rowCount);
+    });
+    lookedUp = ById<QString>();
+
+    if (sorted) {
+        // By character code, case-sensitively; equal texts keep their row order.
+        std::vector<int> order(ids.size());
+        std::iota(order.begin(), order.end(), 0);
+        const QStringList &texts = listing.texts;
+        std::stable_sort(order.begin(), order.end(), [&texts](int a, int b) { return texts.at(a) < texts.at(b); });
+        QStringList sortedTexts;
+        sortedTexts.reserve(texts.size());
+        std::vector<int> sortedIds(ids.size());
+        for (size_t k = 0; k < order.size(); ++k) {
+            sortedTexts.append(texts.at(order[k]));
+            sortedIds[k] = ids[size_t(order[k])];
+        }
+        listing.texts = sortedTexts;
+        ids.swap(sortedIds);
     }
-    if (sorted)
-        sortListTexts(listing.texts);
+
+    listing.firstRowOfId = ById<int>(int(ids.size()));
+    for (size_t row = 0; row < ids.size(); ++row)
+        listing.firstRowOfId.insertFirst(ids[row], int(row));
     return listing;
 }

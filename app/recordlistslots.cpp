@@ -43,7 +43,7 @@ void Tessaro::resetRecordList()
 {
     records.clear();
     listTexts.clear();
-    firstRowOfText.clear();
+    firstRowOfId.clear();
     searchHits.clear();
     searchPosition = 0;
     listTable.clear();
@@ -61,24 +61,25 @@ void Tessaro::loadList(const QString &table)
 
     progress->setWindowTitle("Elaborazione");
     const int count = db->countRecords(table);
+    if (constructing && !parentWidget() && !isVisible()) {
+        // At start-up the window comes first, with the load's progress over it.
+        show();
+    }
+    lastProgressValue = -1; // a new load lets events through at once
     reportProgress(0, count);
     progress->show();
 
     RecordListing listing = readRecordListing(
-        *db, table, ui->pbSort->isChecked(), [this, &table](int id) { return isRecordListed(table, id); },
+        *db, table, count, ui->pbSort->isChecked(), [this, &table](int id) { return isRecordListed(table, id); },
         [this](int step, int total) { reportProgress(step, total); });
     records = std::move(listing.map);
     listTexts = std::move(listing.texts);
+    firstRowOfId = std::move(listing.firstRowOfId);
 
     QListWidget *list = ui->userListWidget;
     list->setUpdatesEnabled(false);
     list->addItems(listTexts);
     list->setUpdatesEnabled(true);
-    firstRowOfText.reserve(listTexts.size());
-    for (int row = 0; row < listTexts.size(); ++row) {
-        if (!firstRowOfText.contains(listTexts.at(row)))
-            firstRowOfText.insert(listTexts.at(row), row);
-    }
     listTable = table;
     ++listLoads;
 
@@ -97,11 +98,15 @@ int Tessaro::rowOfRecord(int id) const
         return 0;
     const QListWidget *list = ui->userListWidget;
     if (list->count() == listTexts.size()) {
-        const auto found = firstRowOfText.constFind(text);
-        if (found == firstRowOfText.constEnd())
-            return -1;
-        if (list->item(found.value())->text() == text)
-            return found.value();
+        // A text entered once is on one item only, the row of its record
+        // ("----" may also stand for records without text).
+        if (!records.isShared(text) && text != QLatin1String("----")) {
+            const int *row = firstRowOfId.find(records.value(text));
+            if (row && listTexts.at(*row) == text)
+                return *row;
+        }
+        const int row = listTexts.indexOf(text);
+        return row;
     }
     // The items were changed since the load: look for the text itself.
     const QList<QListWidgetItem *> items = list->findItems(text, Qt::MatchExactly | Qt::MatchCaseSensitive);
@@ -129,7 +134,7 @@ void Tessaro::changeTable(const QString &table)
     QListWidget *list = ui->userListWidget;
     if (records.isEmpty()) {
         listTexts.clear();
-        firstRowOfText.clear();
+        firstRowOfId.clear();
         searchHits.clear();
         list->clear();
         clearRecordView();

@@ -265,6 +265,7 @@ Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
         loadDb(QString());
 
     refreshTableList(false);
+    constructing = false;
 }
 
 Tessaro::~Tessaro()
@@ -464,6 +465,9 @@ void Tessaro::reportProgress(int step, int total)
     // of milliseconds, so that long loops stay responsive without spending
     // their time repainting.
     progress->setValue(value);
+    // The clock is read only every few dozen steps of the same percentage.
+    if (value == lastProgressValue && (++progressCalls & 63) != 0)
+        return;
     if (value == lastProgressValue && progressPump.isValid() && progressPump.elapsed() < 30)
         return;
     lastProgressValue = value;

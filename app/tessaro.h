@@ -194,6 +194,8 @@ private:
     QList<ListButtonForm *> filterButtons;
     QElapsedTimer progressPump;
     int lastProgressValue = -1;
+    int progressCalls = 0;
+    bool constructing = true; // the constructor has not returned yet
 
     // Table designer (records/designerslots.cpp)
     void openTableDesigner();
@@ -202,7 +204,7 @@ private:
     // Record list state (app/recordlistslots.cpp)
     RecordMap records;
     QStringList listTexts;             // item texts, in list order
-    QHash<QString, int> firstRowOfText; // text -> first row holding it
+    ById<int> firstRowOfId;            // record id -> first row listing it
     QString listTable;                 // table whose records are listed
     int listLoads = 0;                 // number of loads so far
     QList<int> searchHits;             // rows, in list order

@@ -303,33 +303,29 @@ QString DbConnection::wholeTableSelect(const QString &table, const QStringList &
     return QString::asprintf("SELECT %s FROM %s", u8(names.join(",")).constData(), u8(sqlName(table)).constData());
 }
 
-DbConnection::ListColumn DbConnection::readListColumn(const QString &table)
+bool DbConnection::readListColumn(const QString &table, const std::function<void(int, const QVariant &)> &row)
 {
-    ListColumn result;
     const QStringList names = getFieldNames(table);
     if (names.isEmpty())
-        return result;
+        return false;
     const bool hasSecond = names.size() >= 2;
-    if (hasSecond)
-        result.name = names.at(1);
 
     QSqlQuery q(db);
     q.setForwardOnly(true);
     if (!q.exec(wholeTableSelect(table, names.mid(0, 2))))
-        return result;
-    while (q.next()) {
-        result.ids.append(q.value(0).toInt());
-        result.values.append(hasSecond ? q.value(1) : QVariant());
-    }
-    return result;
+        return false;
+    const QVariant none;
+    while (q.next())
+        row(q.value(0).toInt(), hasSecond ? q.value(1) : none);
+    return true;
 }
 
-QHash<int, QVariant> DbConnection::readValuesById(const QString &table, const QString &column)
+void DbConnection::readValuesById(const QString &table, const QString &column,
+                                  const std::function<void(int, const QVariant &)> &value)
 {
-    QHash<int, QVariant> values;
     const QStringList names = getFieldNames(table);
     // The select by id names RINTEGERFORMAT_Id and then matches on the first
-    // column, so a row counts only when both agree; the first such row wins.
+    // column, so a row counts only when both agree.
     // Column names match as SQLite matches them, ignoring case.
     auto indexOf = [&names](const QString &name) {
         for (int i = 0; i < names.size(); ++i) {
@@ -340,7 +336,7 @@ QHash<int, QVariant> DbConnection::readValuesById(const QString &table, const QS
     };
     const int idIndex = indexOf(IdColumn);
     if (idIndex < 0)
-        return values;
+        return;
     const int valueIndex = indexOf(column);
     QStringList wanted = {names.at(0), names.at(idIndex)};
     if (valueIndex >= 0)
@@ -350,20 +346,20 @@ QHash<int, QVariant> DbConnection::readValuesById(const QString &table, const QS
     q.setForwardOnly(true);
     const QString statement = wholeTableSelect(table, wanted);
     if (!q.exec(statement))
-        return values;
+        return;
     // With "SELECT *" the columns keep their own positions.
     const bool all = statement.startsWith("SELECT * ");
     const int idAt = all ? idIndex : 1;
     const int valueAt = valueIndex < 0 ? -1 : (all ? valueIndex : 2);
+    const QVariant none;
     while (q.next()) {
         const int id = q.value(0).toInt();
-        if (id == 0 || values.contains(id))
+        if (id == 0)
             continue;
         if (idIndex != 0 && q.value(idAt).toInt() != id)
             continue;
-        values.insert(id, valueAt >= 0 ? q.value(valueAt) : QVariant());
+        value(id, valueAt >= 0 ? q.value(valueAt) : none);
     }
-    return values;
 }
 
 bool DbConnection::readColumns(const QString &table, const QStringList &columns,

@@ -50,17 +50,16 @@ public:
     QList<QSqlRecord> getAllRecords(const QString &table);
 
     // Whole-table reads in one pass, in the order "SELECT *" gives the rows
-    // (the order positional reads see). For the record list: the id (first
-    // column, as an integer) and the list column (second column) of every row.
-    struct ListColumn {
-        QString name;            // the second column's name; empty when there is none
-        QVector<int> ids;        // first column of each row
-        QVector<QVariant> values; // second column of each row (invalid when there is none)
-    };
-    ListColumn readListColumn(const QString &table);
-    // RINTEGERFORMAT_Id -> value of column, for every row of table: what
-    // getRecordById(table, id) would give for that column, for every id but 0.
-    QHash<int, QVariant> readValuesById(const QString &table, const QString &column);
+    // (the order positional reads see), each row handed on as it is read.
+    // For the record list: row(id, value) with the id (first column, as an
+    // integer) and the list column (second column; invalid when there is
+    // none) of every row. Returns false when the table cannot be read.
+    bool readListColumn(const QString &table, const std::function<void(int, const QVariant &)> &row);
+    // For each row of table whose RINTEGERFORMAT_Id is not 0 and agrees with
+    // its first column: value(id, value of column). The first row given for an
+    // id holds what getRecordById(table, id) gives for that column.
+    void readValuesById(const QString &table, const QString &column,
+                        const std::function<void(int, const QVariant &)> &value);
     // Steps once through every row of table, in the order "SELECT *" gives
     // them, calling visit with the values of the named columns (in the order
     // named; invalid for a name the table lacks). False when it cannot be read.
