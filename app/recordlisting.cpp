@@ -7,31 +7,85 @@
 
 void RecordMap::clear()
 {
-    entries.clear();
+    cells = std::vector<Entry>();
+    used = 0;
     shared.clear();
     firstText.clear();
     indexed = false;
 }
 
+void RecordMap::reserve(int size)
+{
+    size_t capacity = 16;
+    while (capacity * 7 / 10 < size_t(size))
+        capacity *= 2;
+    if (capacity > cells.size())
+        rehash(capacity);
+}
+
+void RecordMap::rehash(size_t capacity)
+{
+    std::vector<Entry> old(capacity);
+    old.swap(cells);
+    const size_t mask = cells.size() - 1;
+    for (Entry &entry : old) {
+        if (entry.id == Free)
+            continue;
+        size_t at = entry.hash & mask;
+        while (cells[at].id != Free)
+            at = (at + 1) & mask;
+        cells[at] = std::move(entry);
+    }
+}
+
+const RecordMap::Entry *RecordMap::find(const QString &text, uint hash) const
+{
+    static const Entry none;
+    if (cells.empty())
+        return &none;
+    const size_t mask = cells.size() - 1;
+    size_t at = hash & mask;
+    while (cells[at].id != Free) {
+        if (cells[at].hash == hash && cells[at].text == text)
+            break;
+        at = (at + 1) & mask;
+    }
+    return &cells[at];
+}
+
 QMap<QString, int> RecordMap::map() const
 {
     QMap<QString, int> ordered;
-    for (auto it = entries.constBegin(); it != entries.constEnd(); ++it)
-        ordered.insert(it.key(), it.value());
+    for (const Entry &entry : cells) {
+        if (entry.id != Free)
+            ordered.insert(entry.text, entry.id);
+    }
     return ordered;
+}
+
+int RecordMap::value(const QString &text) const
+{
+    const Entry *entry = find(text, qHash(text));
+    return entry->id == Free ? 0 : entry->id;
 }
 
 void RecordMap::insert(const QString &text, int id)
 {
-    const auto existing = entries.find(text);
-    if (existing != entries.end()) {
+    if (size_t(used + 1) > cells.size() * 7 / 10)
+        rehash(qMax(size_t(16), cells.size() * 2));
+    const uint hash = qHash(text);
+    Entry &entry = const_cast<Entry &>(*find(text, hash));
+    if (entry.id != Free) {
         shared.insert(text);
-        if (existing.value() != id)
+        if (entry.id != id)
             indexed = false; // an id loses a text: find first texts again when asked
-        existing.value() = id;
+        entry.id = id;
         return;
     }
-    entries.insert(text, id);
+    entry.text = text;
+    entry.id = id;
+    entry.hash = hash;
+    ++used;
     if (indexed) {
         bool added;
         QString &first = firstText.slot(id, &added);
@@ -42,9 +96,9 @@ void RecordMap::insert(const QString &text, int id)
 
 int RecordMap::idOf(const QString &text)
 {
-    const auto found = entries.constFind(text);
-    if (found != entries.constEnd())
-        return found.value();
+    const Entry *entry = find(text, qHash(text));
+    if (entry->id != Free)
+        return entry->id;
     insert(text, 0);
     return 0;
 }
@@ -52,13 +106,15 @@ int RecordMap::idOf(const QString &text)
 bool RecordMap::textOf(int id, QString *text) const
 {
     if (!indexed) {
-        firstText = ById<QString>(entries.size());
+        firstText = ById<QString>(used);
         // The first text of an id in key order is the least of its texts.
-        for (auto it = entries.constBegin(); it != entries.constEnd(); ++it) {
+        for (const Entry &entry : cells) {
+            if (entry.id == Free)
+                continue;
             bool added;
-            QString &first = firstText.slot(it.value(), &added);
-            if (added || it.key() < first)
-                first = it.key();
+            QString &first = firstText.slot(entry.id, &added);
+            if (added || entry.text < first)
+                first = entry.text;
         }
         indexed = true;
     }

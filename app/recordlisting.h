@@ -6,6 +6,7 @@
 #include <QSet>
 #include <QString>
 #include <QStringList>
+#include <climits>
 #include <functional>
 #include <vector>
 
@@ -99,10 +100,11 @@ class RecordMap
 {
 public:
     void clear();
-    void reserve(int size) { entries.reserve(size); }
-    bool isEmpty() const { return entries.isEmpty(); }
-    int size() const { return entries.size(); }
-    bool contains(const QString &text) const { return entries.contains(text); }
+    // Makes room for size texts at once.
+    void reserve(int size);
+    bool isEmpty() const { return used == 0; }
+    int size() const { return used; }
+    bool contains(const QString &text) const { return find(text, qHash(text))->id != Free; }
     // The entries in key order.
     QMap<QString, int> map() const;
 
@@ -110,17 +112,29 @@ public:
     // The id of text; a missing text is entered with 0.
     int idOf(const QString &text);
     // The id of text without entering it; 0 when missing.
-    int value(const QString &text) const { return entries.value(text); }
+    int value(const QString &text) const;
     // The first text in key order whose id is id; false when there is none.
     bool textOf(int id, QString *text) const;
     // Whether text was entered more than once (its records share it).
     bool isShared(const QString &text) const { return shared.contains(text); }
 
 private:
-    QHash<QString, int> entries;
+    // Open addressing with linear probing, in one block: no allocation per
+    // text, a third of the room of a node-based hash.
+    struct Entry {
+        QString text;
+        int id = Free;
+        uint hash = 0;
+    };
+    static constexpr int Free = INT_MIN; // a slot without text (ids are never this low)
+    const Entry *find(const QString &text, uint hash) const;
+    void rehash(size_t capacity);
+
+    std::vector<Entry> cells; // a power of two in size, or empty
+    int used = 0;
     QSet<QString> shared;
     // id -> first text in key order, built on demand and kept in step with
-    // entries, so that finding a record's text does not walk the map each time.
+    // the entries, so that finding a record's text does not walk them each time.
     mutable ById<QString> firstText;
     mutable bool indexed = false;
 };

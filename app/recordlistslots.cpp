@@ -42,7 +42,7 @@ bool Tessaro::isRecordListed(const QString &table, int id)
 void Tessaro::resetRecordList()
 {
     records.clear();
-    listTexts.clear();
+    listedCount = 0;
     firstRowOfId.clear();
     searchHits.clear();
     searchPosition = 0;
@@ -73,12 +73,13 @@ void Tessaro::loadList(const QString &table)
         *db, table, count, ui->pbSort->isChecked(), [this, &table](int id) { return isRecordListed(table, id); },
         [this](int step, int total) { reportProgress(step, total); });
     records = std::move(listing.map);
-    listTexts = std::move(listing.texts);
     firstRowOfId = std::move(listing.firstRowOfId);
 
     QListWidget *list = ui->userListWidget;
     list->setUpdatesEnabled(false);
-    list->addItems(listTexts);
+    list->addItems(listing.texts);
+    listedCount = listing.texts.size();
+    listing.texts.clear();
     list->setUpdatesEnabled(true);
     listTable = table;
     ++listLoads;
@@ -97,20 +98,22 @@ int Tessaro::rowOfRecord(int id) const
     if (!records.textOf(id, &text))
         return 0;
     const QListWidget *list = ui->userListWidget;
-    if (list->count() == listTexts.size()) {
+    if (list->count() == listedCount) {
         // A text entered once is on one item only, the row of its record
         // ("----" may also stand for records without text).
         if (!records.isShared(text) && text != QLatin1String("----")) {
             const int *row = firstRowOfId.find(records.value(text));
-            if (row && listTexts.at(*row) == text)
+            if (row && list->item(*row)->text() == text)
                 return *row;
         }
-        const int row = listTexts.indexOf(text);
-        return row;
     }
-    // The items were changed since the load: look for the text itself.
-    const QList<QListWidgetItem *> items = list->findItems(text, Qt::MatchExactly | Qt::MatchCaseSensitive);
-    return items.isEmpty() ? -1 : list->row(items.first());
+    // A shared text, or items changed since the load: look for the text itself.
+    const int count = list->count();
+    for (int row = 0; row < count; ++row) {
+        if (list->item(row)->text() == text)
+            return row;
+    }
+    return -1;
 }
 
 int Tessaro::idOfRow(int row)
@@ -133,7 +136,7 @@ void Tessaro::changeTable(const QString &table)
 
     QListWidget *list = ui->userListWidget;
     if (records.isEmpty()) {
-        listTexts.clear();
+        listedCount = 0;
         firstRowOfId.clear();
         searchHits.clear();
         list->clear();
@@ -255,9 +258,8 @@ void Tessaro::userSearch(const QString &text)
     searchHits.clear();
     const QListWidget *list = ui->userListWidget;
     const int count = list->count();
-    const bool inStep = count == listTexts.size();
     for (int row = 0; row < count; ++row) {
-        const QString itemText = inStep ? listTexts.at(row) : list->item(row)->text();
+        const QString itemText = list->item(row)->text();
         if (itemText.contains(text, Qt::CaseInsensitive))
             searchHits << row;
     }

@@ -203,7 +203,7 @@ private:
     QList<newTableElement *> tableElements; // rows on the designer page, in page order
     // Record list state (app/recordlistslots.cpp)
     RecordMap records;
-    QStringList listTexts;             // item texts, in list order
+    int listedCount = 0;               // items made by the last load
     ById<int> firstRowOfId;            // record id -> first row listing it
     QString listTable;                 // table whose records are listed
     int listLoads = 0;                 // number of loads so far
