@@ -8,5 +8,11 @@
 BenchResult benchOpen(BenchContext &context);
 BenchResult benchCalc(BenchContext &context);
 BenchResult benchFilter(BenchContext &context);
+BenchResult benchLaunch(BenchContext &context);
+
+// The launch's child process: "tessaro-bench --launch-child" in the folder
+// to start from.
+bool isLaunchChild(int argc, char **argv);
+int runLaunchChild(int argc, char **argv);
 
 #endif // BENCHOPERATIONS_H

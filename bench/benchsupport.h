@@ -50,6 +50,7 @@ struct BenchResult {
     double seconds = 0;
     QString baselineName; // "bare-select"
     double baseline = 0;
+    double peakMb = -1; // measured elsewhere (another process); -1: this process's
 };
 
 double seconds(const QElapsedTimer &timer);
