@@ -1,6 +1,7 @@
 // The record list: texts, counts, the text-to-record map, stepping, search,
 // sort, the link/back history, start-up and foreign databases.
 #include "app/tessaro.h"
+#include "dialogs/progressbarform.h"
 #include "storage/dbconnection.h"
 #include "testsupport.h"
 
@@ -72,6 +73,10 @@ class TestRecordList : public QObject
 
 private slots:
     void recordMapIndexFollowsChanges();
+    void recordMapGrowsAndKeepsFarIds();
+    void rowOfARecord_data();
+    void rowOfARecord();
+    void startUpShowsTheWindowFirst();
     void textsAndCollisions();
     void stepsSearchAndSortStopAtTheEnds();
     void linkAndBackKeepOneStep();
@@ -97,6 +102,88 @@ void TestRecordList::recordMapIndexFollowsChanges()
     QVERIFY(map.textOf(0, &text) && text == "zucca");
     QVERIFY(map.textOf(2, &text) && text == "banana");
     QVERIFY(map.textOf(3, &text) && text == "albicocca");
+}
+
+void TestRecordList::recordMapGrowsAndKeepsFarIds()
+{
+    // Past its first room, and with ids far apart or below 0, every text keeps its id.
+    RecordMap map;
+    const QList<int> far = {-7, 2000000000, 0};
+    for (int i = 0; i < 3000; ++i)
+        map.insert(QString::number(i), i < int(far.size()) ? far.at(i) : i);
+    QCOMPARE(map.size(), 3000);
+    QString text;
+    for (int i : {0, 1, 2, 17, 2999}) {
+        QCOMPARE(map.value(QString::number(i)), i < int(far.size()) ? far.at(i) : i);
+        QVERIFY(map.textOf(i < int(far.size()) ? far.at(i) : i, &text) && text == QString::number(i));
+    }
+    QVERIFY(!map.contains("3000") && !map.isShared("17"));
+    map.insert("17", 18);
+    QVERIFY(map.isShared("17") && map.textOf(18, &text) && text == "17");
+    QCOMPARE(map.map().firstKey(), QString("0"));
+}
+
+void TestRecordList::rowOfARecord_data()
+{
+    QTest::addColumn<int>("id");
+    QTest::addColumn<QString>("state");
+    // Rows: mela, (empty), "----", pera and kiwi under one id, mela again.
+    QTest::newRow("literal ---- is found on the first ---- item") << 3 << "1 3 ----";
+    QTest::newRow("an id with two texts shows its least") << 4 << "4 4 kiwi";
+    QTest::newRow("a shared text is found on its first item") << 5 << "0 5 mela";
+    QTest::newRow("a record without text selects the first row") << 1 << "0 1 mela";
+}
+
+void TestRecordList::rowOfARecord()
+{
+    QFETCH(int, id);
+    QFETCH(QString, state);
+    Session s;
+    s.start("rows.db");
+    for (const char *statement :
+         {"CREATE TABLE Frutta (RINTEGERFORMAT_Id INTEGER, RSTRINGFORMAT_Nome TEXT)",
+          "INSERT INTO Frutta VALUES (1, 'mela'), (2, ''), (3, '----'), (4, 'pera'), (4, 'kiwi'), (5, 'mela')"})
+        QVERIFY2(QSqlQuery(QSqlDatabase::database()).exec(statement), statement);
+    s.window->changeTable("Frutta");
+    QCOMPARE(s.items(), QStringList({"mela", "----", "----", "pera", "kiwi", "mela"}));
+    s.window->vwRecord(id);
+    QCOMPARE(s.state(), state);
+}
+
+// Sees the start-up through the events: whether the main window had been painted
+// when the progress dialog came up.
+class StartWatch : public QObject
+{
+public:
+    bool windowPainted = false;
+    bool paintedBeforeProgress = false;
+    bool eventFilter(QObject *object, QEvent *event) override
+    {
+        if (!object->isWidgetType())
+            return false;
+        QWidget *top = static_cast<QWidget *>(object)->window();
+        if (event->type() == QEvent::Paint && qobject_cast<Tessaro *>(top))
+            windowPainted = true;
+        if (event->type() == QEvent::Paint && qobject_cast<progressBarForm *>(top))
+            paintedBeforeProgress = paintedBeforeProgress || windowPainted;
+        return false;
+    }
+};
+
+void TestRecordList::startUpShowsTheWindowFirst()
+{
+    Session s;
+    s.table("Libri", {"RSTRINGFORMAT_Titolo"}, {"Uno", "Due", "Tre"});
+    StartWatch watch;
+    qApp->installEventFilter(&watch);
+    s.start();
+    qApp->removeEventFilter(&watch);
+    // The window is on screen and painted under the progress of the load, and
+    // the list is complete when the constructor returns.
+    QVERIFY(s.window->isVisible());
+    QVERIFY(watch.paintedBeforeProgress);
+    QCOMPARE(s.items(), QStringList({"Uno", "Due", "Tre"}));
+    QVERIFY(!s.window->findChild<progressBarForm *>()->isVisible());
 }
 
 void TestRecordList::textsAndCollisions()
