@@ -16,6 +16,11 @@ void RecordMap::clear()
 
 void RecordMap::reserve(int size)
 {
+    if (used == 0) {
+        // Filled from empty, the first texts are kept up to date as they come.
+        firstText = ById<QString>(size);
+        indexed = true;
+    }
     size_t capacity = 16;
     while (capacity * 7 / 10 < size_t(size))
         capacity *= 2;

@@ -338,7 +338,10 @@ void DbConnection::readValuesById(const QString &table, const QString &column,
     if (idIndex < 0)
         return;
     const int valueIndex = indexOf(column);
-    QStringList wanted = {names.at(0), names.at(idIndex)};
+    // The first column, the id column when it is another, and the value.
+    QStringList wanted = {names.at(0)};
+    if (idIndex != 0)
+        wanted << names.at(idIndex);
     if (valueIndex >= 0)
         wanted << names.at(valueIndex);
 
@@ -350,7 +353,7 @@ void DbConnection::readValuesById(const QString &table, const QString &column,
     // With "SELECT *" the columns keep their own positions.
     const bool all = statement.startsWith("SELECT * ");
     const int idAt = all ? idIndex : 1;
-    const int valueAt = valueIndex < 0 ? -1 : (all ? valueIndex : 2);
+    const int valueAt = valueIndex < 0 ? -1 : (all ? valueIndex : wanted.size() - 1);
     const QVariant none;
     while (q.next()) {
         const int id = q.value(0).toInt();
