@@ -7,6 +7,8 @@
 // process's own.
 #include "benchoperations.h"
 
+#include "app/qtitalian.h"
+#include "app/resources.h"
 #include "app/tessaro.h"
 #include "dialogs/progressbarform.h"
 
@@ -14,6 +16,7 @@
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
+#include <QIcon>
 #include <QListWidget>
 #include <QProcess>
 #include <QTimer>
@@ -81,6 +84,10 @@ int runLaunchChild(int argc, char **argv)
     QElapsedTimer clock;
     clock.start();
     QApplication app(argc, argv);
+    // Set up as the program's entry point sets it up.
+    installQtItalian(&app);
+    loadTessaroResources();
+    QApplication::setWindowIcon(QIcon(":/appIcon"));
     PaintWatch watch(clock);
     app.installEventFilter(&watch);
     SilentHandler silent;
