@@ -34,10 +34,10 @@ void RecordMap::rehash(size_t capacity)
     old.swap(cells);
     const size_t mask = cells.size() - 1;
     for (Entry &entry : old) {
-        if (entry.id == Free)
+        if (entry.isFree())
             continue;
         size_t at = entry.hash & mask;
-        while (cells[at].id != Free)
+        while (!cells[at].isFree())
             at = (at + 1) & mask;
         cells[at] = std::move(entry);
     }
@@ -50,7 +50,7 @@ const RecordMap::Entry *RecordMap::find(const QString &text, uint hash) const
         return &none;
     const size_t mask = cells.size() - 1;
     size_t at = hash & mask;
-    while (cells[at].id != Free) {
+    while (!cells[at].isFree()) {
         if (cells[at].hash == hash && cells[at].text == text)
             break;
         at = (at + 1) & mask;
@@ -62,7 +62,7 @@ QMap<QString, int> RecordMap::map() const
 {
     QMap<QString, int> ordered;
     for (const Entry &entry : cells) {
-        if (entry.id != Free)
+        if (!entry.isFree())
             ordered.insert(entry.text, entry.id);
     }
     return ordered;
@@ -71,7 +71,7 @@ QMap<QString, int> RecordMap::map() const
 int RecordMap::value(const QString &text) const
 {
     const Entry *entry = find(text, qHash(text));
-    return entry->id == Free ? 0 : entry->id;
+    return entry->isFree() ? 0 : entry->id;
 }
 
 void RecordMap::insert(const QString &text, int id)
@@ -80,14 +80,15 @@ void RecordMap::insert(const QString &text, int id)
         rehash(qMax(size_t(16), cells.size() * 2));
     const uint hash = qHash(text);
     Entry &entry = const_cast<Entry &>(*find(text, hash));
-    if (entry.id != Free) {
+    if (!entry.isFree()) {
         shared.insert(text);
         if (entry.id != id)
             indexed = false; // an id loses a text: find first texts again when asked
         entry.id = id;
         return;
     }
-    entry.text = text;
+    // A null text would mark the cell free: an empty one is kept instead.
+    entry.text = text.isNull() ? QString(QLatin1String("")) : text;
     entry.id = id;
     entry.hash = hash;
     ++used;
@@ -102,7 +103,7 @@ void RecordMap::insert(const QString &text, int id)
 int RecordMap::idOf(const QString &text)
 {
     const Entry *entry = find(text, qHash(text));
-    if (entry->id != Free)
+    if (!entry->isFree())
         return entry->id;
     insert(text, 0);
     return 0;
@@ -114,7 +115,7 @@ bool RecordMap::textOf(int id, QString *text) const
         firstText = ById<QString>(used);
         // The first text of an id in key order is the least of its texts.
         for (const Entry &entry : cells) {
-            if (entry.id == Free)
+            if (entry.isFree())
                 continue;
             bool added;
             QString &first = firstText.slot(entry.id, &added);

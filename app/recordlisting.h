@@ -6,7 +6,6 @@
 #include <QSet>
 #include <QString>
 #include <QStringList>
-#include <climits>
 #include <functional>
 #include <vector>
 
@@ -104,7 +103,7 @@ public:
     void reserve(int size);
     bool isEmpty() const { return used == 0; }
     int size() const { return used; }
-    bool contains(const QString &text) const { return find(text, qHash(text))->id != Free; }
+    bool contains(const QString &text) const { return !find(text, qHash(text))->isFree(); }
     // The entries in key order.
     QMap<QString, int> map() const;
 
@@ -122,11 +121,11 @@ private:
     // Open addressing with linear probing, in one block: no allocation per
     // text, a third of the room of a node-based hash.
     struct Entry {
-        QString text;
-        int id = Free;
+        QString text; // null in a free cell
+        int id = 0;
         uint hash = 0;
+        bool isFree() const { return text.isNull(); }
     };
-    static constexpr int Free = INT_MIN; // a slot without text (ids are never this low)
     const Entry *find(const QString &text, uint hash) const;
     void rehash(size_t capacity);
 

@@ -11,6 +11,7 @@
 #include <QPushButton>
 #include <QSqlQuery>
 #include <QtTest>
+#include <climits>
 #include <memory>
 
 namespace {
@@ -108,19 +109,21 @@ void TestRecordList::recordMapGrowsAndKeepsFarIds()
 {
     // Past its first room, and with ids far apart or below 0, every text keeps its id.
     RecordMap map;
-    const QList<int> far = {-7, 2000000000, 0};
+    const QList<int> far = {-7, 2000000000, 0, INT_MIN};
     for (int i = 0; i < 3000; ++i)
         map.insert(QString::number(i), i < int(far.size()) ? far.at(i) : i);
     QCOMPARE(map.size(), 3000);
     QString text;
-    for (int i : {0, 1, 2, 17, 2999}) {
+    for (int i : {0, 1, 2, 3, 17, 2999}) {
         QCOMPARE(map.value(QString::number(i)), i < int(far.size()) ? far.at(i) : i);
         QVERIFY(map.textOf(i < int(far.size()) ? far.at(i) : i, &text) && text == QString::number(i));
     }
     QVERIFY(!map.contains("3000") && !map.isShared("17"));
+    map.insert(QString(), 9); // a null text is the empty text
+    QVERIFY(map.contains("") && map.value("") == 9 && map.size() == 3001);
     map.insert("17", 18);
     QVERIFY(map.isShared("17") && map.textOf(18, &text) && text == "17");
-    QCOMPARE(map.map().firstKey(), QString("0"));
+    QCOMPARE(map.map().firstKey() + "/" + map.map().lastKey(), QString("/999"));
 }
 
 void TestRecordList::rowOfARecord_data()
