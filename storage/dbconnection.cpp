@@ -320,6 +320,17 @@ bool DbConnection::readListColumn(const QString &table, const std::function<void
     return true;
 }
 
+DbConnection::ListColumn DbConnection::readListColumn(const QString &table)
+{
+    ListColumn result;
+    result.name = getFieldNames(table).value(1);
+    readListColumn(table, [&result](int id, const QVariant &value) {
+        result.ids.append(id);
+        result.values.append(value);
+    });
+    return result;
+}
+
 void DbConnection::readValuesById(const QString &table, const QString &column,
                                   const std::function<void(int, const QVariant &)> &value)
 {

@@ -55,6 +55,13 @@ public:
     // integer) and the list column (second column; invalid when there is
     // none) of every row. Returns false when the table cannot be read.
     bool readListColumn(const QString &table, const std::function<void(int, const QVariant &)> &row);
+    // The same rows gathered: the second column's name, then the ids and values.
+    struct ListColumn {
+        QString name;             // the second column's name; empty when there is none
+        QVector<int> ids;         // first column of each row
+        QVector<QVariant> values; // second column of each row (invalid when there is none)
+    };
+    ListColumn readListColumn(const QString &table);
     // For each row of table whose RINTEGERFORMAT_Id is not 0 and agrees with
     // its first column: value(id, value of column). The first row given for an
     // id holds what getRecordById(table, id) gives for that column.
