@@ -1,5 +1,6 @@
 #include "app/qtitalian.h"
 #include "app/resources.h"
+#include "app/stopsignalhandler.h"
 #include "app/tessaro.h"
 
 #include <QApplication>
@@ -12,6 +13,9 @@ int main(int argc, char *argv[])
     loadTessaroResources();
     QApplication::setWindowIcon(QIcon(":/appIcon"));
     QApplication::setDesktopFileName("tessaro");
+    // Installed before the window takes the lock, so that a stop at any later
+    // moment closes it normally.
+    StopSignalHandler::install();
     auto *window = new Tessaro;
     window->show();
     const int code = app.exec();

@@ -355,12 +355,15 @@ void Tessaro::showRecordView(int id)
             widget->setReferenceTarget(otherTable, otherId);
         } else if (tag == "LINKFORMAT") {
             // A link column holds the name of the table it links to, and is
-            // written back so whenever the record is shown.
+            // written back so whenever the record is shown and holds anything
+            // else; a read-only session, and a table only browsed, write nothing.
             const QString linked = fieldNameOf(column);
+            if (!readOnly && db->isEditableTable(currentTable) && value.toString() != linked) {
+                QString stored = linked;
+                stored.replace("'", "''");
+                updateRecord(id, FieldValueList{FieldValue(IdColumn, QString::number(id)), FieldValue(column, stored)});
+            }
             value = linked;
-            QString stored = linked;
-            stored.replace("'", "''");
-            updateRecord(id, FieldValueList{FieldValue(IdColumn, QString::number(id)), FieldValue(column, stored)});
         } else if (tag == "SUBTABLEFORMAT") {
             QString owner = currentTable;
             if (owner.startsWith("HIDDENTABLE_"))

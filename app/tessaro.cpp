@@ -270,7 +270,8 @@ Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
 
 Tessaro::~Tessaro()
 {
-    if (!readOnly) {
+    // Only the instance that wrote the lock removes it.
+    if (ownsLock) {
         QFile lock(LockFile);
         if (lock.open(QIODevice::ReadWrite)) {
             lock.close();
@@ -355,6 +356,15 @@ void Tessaro::loadDb(const QString &path)
     QDir().mkpath(tablesDocPath.isEmpty() ? QString("TABLES_DOC") : tablesDocPath);
     QDir().mkpath(dbDataPath);
 
+    // A file that cannot be written keeps the session read-only while it is
+    // open; a writable one opened later makes it writable again, unless the
+    // lock of another instance holds it read-only.
+    if (!readOnlyByLock && db->isFileReadOnly() != readOnly) {
+        setReadOnly(db->isFileReadOnly());
+        if (!readOnly)
+            setWindowTitle(WindowTitle);
+    }
+
     tableNames = db->getTables();
 }
 
@@ -364,10 +374,12 @@ void Tessaro::refreshTableList(bool skipLockCheck)
         QFile lock(LockFile);
         if (lock.open(QIODevice::ReadWrite)) {
             const QByteArray first = lock.readLine();
-            if (first.contains("Locked"))
+            if (first.contains("Locked")) {
+                readOnlyByLock = true;
                 setReadOnly(true);
-            else
-                lock.write("Locked");
+            } else {
+                ownsLock = lock.write("Locked") > 0;
+            }
             lock.close();
         }
     }
@@ -385,8 +397,11 @@ void Tessaro::refreshTableList(bool skipLockCheck)
     currentTable = first;
     ui->lbListName->setText(toDisplayTableName(currentTable));
 
-    ensureSystemTables();
-    tableNames = db->getTables(); // the system tables may be new
+    // A read-only session works with the tables there are.
+    if (!readOnly) {
+        ensureSystemTables();
+        tableNames = db->getTables(); // the system tables may be new
+    }
 
     // A database without user tables opens quietly: there is nothing to list.
     if (tableNames.size() > 1 && !currentTable.isEmpty()) {
@@ -408,6 +423,9 @@ void Tessaro::refreshTableList(bool skipLockCheck)
 void Tessaro::setReadOnly(bool on)
 {
     readOnly = on;
+    // The connection itself then refuses to write.
+    if (db)
+        db->setReadOnly(on);
     if (on)
         setWindowTitle(QString(WindowTitle) + " - READONLY");
 
@@ -432,12 +450,6 @@ void Tessaro::setReadOnly(bool on)
     if (on && !notice) {
         notice = new QLabel(statusBar());
         notice->setObjectName("lbReadOnly");
-        notice->setText(QString::fromUtf8(
-            "<b>Sola lettura:</b> un'altra copia del programma sta usando questa cartella (%1). "
-            "Se nessun'altra copia è aperta, chiudere il programma, eliminare il file "
-            "\"lockDb.dat\" da quella cartella e riaprirlo.")
-                            .arg(QDir::toNativeSeparators(QDir::currentPath()).toHtmlEscaped()));
-        notice->setToolTip(notice->text());
         notice->setWordWrap(true);
         notice->setStyleSheet("QLabel { background: #fff3c4; color: #3d2e00; padding: 3px; }");
         // The text wraps on two lines instead of widening the window.
@@ -445,6 +457,19 @@ void Tessaro::setReadOnly(bool on)
         notice->setMinimumHeight(2 * notice->fontMetrics().lineSpacing() + 8);
         notice->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
         statusBar()->addPermanentWidget(notice, 1);
+    }
+    if (on) {
+        // A file that cannot be written is the other reason.
+        notice->setText(
+            readOnlyByLock
+                ? QString::fromUtf8("<b>Sola lettura:</b> un'altra copia del programma sta usando questa cartella (%1). "
+                                    "Se nessun'altra copia è aperta, chiudere il programma, eliminare il file "
+                                    "\"lockDb.dat\" da quella cartella e riaprirlo.")
+                      .arg(QDir::toNativeSeparators(QDir::currentPath()).toHtmlEscaped())
+                : QString::fromUtf8("<b>Sola lettura:</b> il file del Db non si può modificare (permessi del file o "
+                                    "della sua cartella, o supporto di sola lettura). Per modificarlo, aprirne una "
+                                    "copia che si possa scrivere."));
+        notice->setToolTip(notice->text());
     }
     if (notice)
         notice->setVisible(on);

@@ -178,6 +178,7 @@ private:
     void clearRecordView();
     void setTableHeader(const QString &table);
     void discardRecordPage();
+    bool refuseForeignTable(const QString &table);
     void resetRecordList();
     int rowOfRecord(int id) const;
     int idOfRow(int row);
@@ -187,6 +188,8 @@ private:
 
     Ui::Tessaro *ui;
     DbConnection *db = nullptr;
+    bool readOnlyByLock = false; // another instance holds the lock: read-only for the whole run
+    bool ownsLock = false;       // this instance wrote the lock and removes it when it closes
     AboutForm *aboutForm = nullptr;
     chooseNameForm *nameForm = nullptr;
     progressBarForm *progress = nullptr;

@@ -6,6 +6,8 @@
 #include "records/typednumber.h"
 #include "storage/messagehandler.h"
 
+#include <limits>
+
 namespace {
 const char *const RepeatMarker = "_XMLTYX_";
 const char *const LookupWord = "_XDTX_";
@@ -30,9 +32,8 @@ inputDataForm::inputDataForm(QWidget *parent) : QWidget(parent), ui(new Ui::inpu
     ui->deData->setDate(QDate(1753, 1, 1));
     sentinelDateText = ui->deData->text();
 
-    imageDialog = new ImageBox(this);
-    imageDialog->setViewOnly(false);
-    imageDialog->hide();
+    // Long texts are shown whole: the line edit's default limit would cut them.
+    ui->leData->setMaxLength(std::numeric_limits<int>::max());
 
     ui->pbViewImage->setText("Visualizza");
     ui->pbViewImage->setToolTip("Visualizza Immagine");
@@ -41,7 +42,6 @@ inputDataForm::inputDataForm(QWidget *parent) : QWidget(parent), ui(new Ui::inpu
 
     connect(ui->pbViewImage, &QPushButton::clicked, this, &inputDataForm::viewImageBox);
     connect(ui->pbViewPdf, &QPushButton::clicked, this, &inputDataForm::addPdf);
-    connect(imageDialog, &ImageBox::acceptedFile, this, &inputDataForm::setNewImage);
     connect(ui->cbData, &QCheckBox::toggled, this, &inputDataForm::activated);
     connect(ui->cboxData, QOverload<int>::of(&QComboBox::currentIndexChanged), this, &inputDataForm::cbActivated);
     connect(ui->deData, &QDateEdit::dateChanged, this, &inputDataForm::activated);
@@ -59,6 +59,19 @@ inputDataForm::inputDataForm(QWidget *parent) : QWidget(parent), ui(new Ui::inpu
 inputDataForm::~inputDataForm()
 {
     delete ui;
+}
+
+ImageBox *inputDataForm::imageBox()
+{
+    // A page holds one editor per column: the dialog is made only for the
+    // editors whose image is opened.
+    if (!imageDialog) {
+        imageDialog = new ImageBox(this);
+        imageDialog->setViewOnly(false);
+        imageDialog->hide();
+        connect(imageDialog, &ImageBox::acceptedFile, this, &inputDataForm::setNewImage);
+    }
+    return imageDialog;
 }
 
 void inputDataForm::setTitle(bool show, const QString &name)
@@ -112,6 +125,8 @@ void inputDataForm::setComboBox(bool show, const QStringList &items)
         ui->cboxData->setMinimumContentsLength(20);
         ui->cboxData->insertItems(0, items);
         ui->cboxData->show();
+        if (typeWord.contains(LookupWord))
+            rememberShownState();
     } else {
         ui->cboxData->hide();
     }
@@ -253,6 +268,39 @@ void inputDataForm::setValue(const QString &type, const QVariant &stored)
         hideAll(false);
         setLineEdit(true, text);
     }
+    rememberShownState();
+}
+
+// The state of the control that gives the value of this type.
+QString inputDataForm::shownState() const
+{
+    const QString &t = typeWord;
+    if (t == "BOOL")
+        return ui->cbData->isChecked() ? "1" : "0";
+    if (t == "DATE")
+        return ui->deData->date().toString(Qt::ISODate);
+    if (t == "INTEGER")
+        return QString::number(ui->sbNum->value());
+    if (t == "IMAGE")
+        return imageFile;
+    if (t == "PDF")
+        return pdfFile;
+    if (t == "LINK")
+        return linkValue;
+    if (t.contains(LookupWord))
+        return QString::number(ui->cboxData->currentIndex());
+    return ui->leData->text();
+}
+
+void inputDataForm::rememberShownState()
+{
+    storedState = shownState();
+    hasStoredState = true;
+}
+
+bool inputDataForm::isEdited() const
+{
+    return !hasStoredState || shownState() != storedState;
 }
 
 QString inputDataForm::value()
@@ -287,7 +335,8 @@ double inputDataForm::numberValue()
     double number = 0.0;
     if (readTypedNumber(ui->leData->text(), &number))
         return number;
-    if (active == 1)
+    // A value the user did not touch is not the user's mistake.
+    if (active == 1 && isEdited())
         MessageHandler::current()->warning("ERRORE: Valore numerico non valido");
     return 0.0;
 }
@@ -335,6 +384,8 @@ void inputDataForm::selectLookupItem(const QString &key)
         if (ui->cboxData->itemText(i).section(' ', 0, 0) == key)
             ui->cboxData->setCurrentIndex(i);
     }
+    if (typeWord.contains(LookupWord))
+        rememberShownState();
 }
 
 QStringList inputDataForm::comboItems() const
@@ -429,11 +480,12 @@ FilterCondition inputDataForm::filterCondition() const
 
 void inputDataForm::viewImageBox()
 {
-    imageDialog->setModal(true);
-    imageDialog->setUserPath(recordFolder);
-    imageDialog->setDbFolder(documentsBase);
-    imageDialog->showImage(imageFile);
-    imageDialog->show();
+    ImageBox *dialog = imageBox();
+    dialog->setModal(true);
+    dialog->setUserPath(recordFolder);
+    dialog->setDbFolder(documentsBase);
+    dialog->showImage(imageFile);
+    dialog->show();
 }
 
 void inputDataForm::addPdf()

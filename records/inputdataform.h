@@ -60,6 +60,10 @@ public:
     QString fieldType() const { return typeWord; }
 
     void setValue(const QString &type, const QVariant &stored);
+    // Whether the value control differs from what the owner last put in
+    // (setValue, or for a lookup the items and the selected key). An editor
+    // never given a value counts as edited.
+    bool isEdited() const;
     QString value();
     double numberValue();
     QString dateText() const;
@@ -95,7 +99,8 @@ public:
 
     QString imagePath() const { return imageFile; }
     QString pdfPath() const { return pdfFile; }
-    ImageBox *imageBox() const { return imageDialog; }
+    // The image dialog, made when it is first needed.
+    ImageBox *imageBox();
 
 public slots:
     void viewImageBox();
@@ -109,6 +114,9 @@ public slots:
     void intMinus();
 
 private:
+    QString shownState() const;
+    void rememberShownState();
+
     Ui::inputDataForm *ui;
     QString columnFullName;
     QString typeWord;
@@ -130,6 +138,8 @@ private:
     QString sentinelDateText;
     QString linkValue;
     bool required = false; // shown as required on a record page
+    QString storedState; // the value control as the owner left it
+    bool hasStoredState = false;
 };
 
 #endif // INPUTDATAFORM_H

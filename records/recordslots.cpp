@@ -29,8 +29,23 @@ void focusFirstField(const QList<inputDataForm *> &editors, const QLayout *page)
 }
 } // namespace
 
+// Tables made by other tools (and the inner tables of a full-text index) have
+// no record ids of ours: their records are only browsed. Says so when table
+// is such a table.
+bool Tessaro::refuseForeignTable(const QString &table)
+{
+    if (!db->tableExists(table) || db->isEditableTable(table))
+        return false;
+    MessageHandler::current()->warning(QString::asprintf(
+        "ERRORE: La Tabella %s non segue lo schema di questo programma: i suoi Record si possono solo consultare!\n",
+        u8(toDisplayTableName(table)).constData()));
+    return true;
+}
+
 void Tessaro::changeToNewUserPage()
 {
+    if (refuseForeignTable(currentTable))
+        return;
     editMode = false;
     buildRecordPage(db->getMaxId(currentTable) + 1, true);
     ui->stPages->setCurrentWidget(ui->newUserPage);
@@ -40,6 +55,8 @@ void Tessaro::changeToNewUserPage()
 
 void Tessaro::updateUser()
 {
+    if (refuseForeignTable(currentTable))
+        return;
     editMode = true;
     ui->lbEdit->setText("Modifica");
     if (!db->idExists(currentTable, currentId)) {
@@ -133,13 +150,20 @@ void Tessaro::buildRecordPage(int id, bool newPage)
 
 void Tessaro::newRecord()
 {
+    if (readOnly)
+        return;
     FieldValueList fields;
     bool incomplete = false;
     QString missing;
-    for (inputDataForm *editor : qAsConst(inputForms)) {
+    for (int i = 0; i < inputForms.size(); ++i) {
+        inputDataForm *editor = inputForms.at(i);
         const QString column = editor->columnName();
         const QString value = editor->value();
-        fields << FieldValue(column, value);
+        // An edited record keeps what the user did not touch as it is stored.
+        // The id always leads the list; link columns are always set to their
+        // table's name, and subtable columns emptied.
+        if (!editMode || i == 0 || editor->isEdited() || editor->fieldType() == "LINK")
+            fields << FieldValue(column, value);
         if (column.startsWith('R') && value.isEmpty()) {
             // Reported by the first word of its name; the last one missing wins.
             missing = column.section('_', 1, 1);
@@ -181,10 +205,14 @@ void Tessaro::newRecord()
 
 void Tessaro::deleteUser()
 {
+    if (readOnly || refuseForeignTable(currentTable))
+        return;
     if (!MessageHandler::current()->question("Eliminare questo elemento?"))
         return;
     // The record's folder of attachments and its subtables stay where they are.
-    db->deleteRecord(currentTable, currentId);
+    // A delete the database refuses has been reported; the record stays shown.
+    if (!db->deleteRecord(currentTable, currentId))
+        return;
     changeToUsersPage();
     if (ui->userListWidget->count() > 0) {
         // Selecting the first item makes its record current and shows it.
@@ -197,6 +225,8 @@ void Tessaro::deleteUser()
 
 void Tessaro::clearTable()
 {
+    if (readOnly || refuseForeignTable(currentTable))
+        return;
     if (!MessageHandler::current()->question(QString::asprintf(
             "Eliminare tutti gli elementi di %s?", u8(toDisplayTableName(currentTable)).constData())))
         return;
@@ -206,13 +236,14 @@ void Tessaro::clearTable()
 
 void Tessaro::clearAllTables()
 {
-    if (!MessageHandler::current()->question("Eliminare tutti gli elementi in tutto il database?"))
+    if (readOnly || !MessageHandler::current()->question("Eliminare tutti gli elementi in tutto il database?"))
         return;
     // Every user table is emptied; the program's own tables (icons, saved
-    // filters, subtable configurations) keep their rows.
+    // filters, subtable configurations) keep their rows, and so do tables
+    // made by other tools, which are only browsed.
     bool cleared = false;
     for (const QString &table : qAsConst(tableNames)) {
-        if (isSystemTable(table))
+        if (isSystemTable(table) || !db->isEditableTable(table))
             continue;
         db->clearTable(table);
         cleared = true;
@@ -223,6 +254,8 @@ void Tessaro::clearAllTables()
 
 int Tessaro::insertRecord(const QString &table, FieldValueList fields, bool importing)
 {
+    if (refuseForeignTable(table))
+        return -1;
     // The first data column identifies a record: no two may share it.
     if (fields.size() >= 2 && db->nameInFirstColumn(table, fields.at(1).second)) {
         if (showDuplicateError)
@@ -244,9 +277,20 @@ int Tessaro::insertRecord(const QString &table, FieldValueList fields, bool impo
     if (!hasId)
         fields.prepend(FieldValue(IdColumn, "0"));
 
+    // The record is written whole or not at all: a write that fails (a
+    // trigger, a constraint, a full disk) has told the user why and takes
+    // every earlier one back.
+    const bool atomic = db->beginTransaction();
+    const auto fail = [this, atomic] {
+        if (atomic)
+            db->rollbackTransaction();
+        return -1;
+    };
     const int id = db->insertEmptyRecord(table, importing, requestedId);
-    if (id < 0 || fields.size() < 2)
-        return id;
+    if (id < 0)
+        return fail();
+    if (fields.size() < 2)
+        return atomic && !db->commitTransaction() ? -1 : id;
 
     // The record's own folder for attachments, named after its identifier.
     bool hasUserPath = false;
@@ -267,27 +311,39 @@ int Tessaro::insertRecord(const QString &table, FieldValueList fields, bool impo
             composed = table + "_" + first.second;
             composed.replace(' ', '_');
         }
-        db->updateField(table, id, UserPathColumn, tableFolderPath("TABLES_DOC", composed));
+        if (!db->updateField(table, id, UserPathColumn, tableFolderPath("TABLES_DOC", composed)))
+            return fail();
     }
 
     for (int i = 1; i < fields.size(); ++i) {
-        if (fields.at(i).first != UserPathColumn)
-            db->updateField(table, id, fields.at(i).first, fields.at(i).second);
+        if (fields.at(i).first != UserPathColumn && !db->updateField(table, id, fields.at(i).first, fields.at(i).second))
+            return fail();
     }
-    return id;
+    return atomic && !db->commitTransaction() ? -1 : id;
 }
 
 bool Tessaro::updateRecord(int id, const FieldValueList &fields)
 {
+    if (refuseForeignTable(currentTable))
+        return false;
     if (!db->idExists(currentTable, id)) {
         MessageHandler::current()->warning(QString::asprintf("L'Id %d non è valido!", id));
         return false;
     }
-    bool ok = true;
-    for (int i = 1; i < fields.size(); ++i)
-        ok = db->updateField(currentTable, id, fields.at(i).first, fields.at(i).second) && ok;
+    // Written whole or not at all: the first write that fails takes back the others.
+    const bool atomic = db->beginTransaction();
+    const auto fail = [this, atomic] {
+        if (atomic)
+            db->rollbackTransaction();
+        return false;
+    };
+    for (int i = 1; i < fields.size(); ++i) {
+        if (!db->updateField(currentTable, id, fields.at(i).first, fields.at(i).second))
+            return fail();
+    }
     // A changed id is applied last, after every other column was written under the old one.
-    if (techMode && !fields.isEmpty())
-        ok = db->updateField(currentTable, id, fields.at(0).first, fields.at(0).second) && ok;
-    return ok;
+    if (techMode && !fields.isEmpty() && fields.at(0).second.toInt(nullptr, 10) != id
+        && !db->updateField(currentTable, id, fields.at(0).first, fields.at(0).second))
+        return fail();
+    return !atomic || db->commitTransaction();
 }

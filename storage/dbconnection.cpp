@@ -2,6 +2,7 @@
 
 #include "storage/messagehandler.h"
 
+#include <QFileInfo>
 #include <QRegularExpression>
 #include <QSet>
 #include <QSqlError>
@@ -12,6 +13,20 @@ namespace {
 const char *const IdColumn = "RINTEGERFORMAT_Id";
 const char *const RepeatMarker = "_XMLTYX_";
 const char *const ProbeConnection = "tessaro_probe";
+const char *const ReadOnlyOption = "QSQLITE_OPEN_READONLY";
+
+// SQLite's result codes for damage in the file or failing media.
+bool isDamage(const QSqlError &error)
+{
+    const QString code = error.nativeErrorCode();
+    return error.isValid() && (code == "10" || code == "11" || code == "26");
+}
+
+// A null text would be bound as NULL; an empty one is stored as ''.
+QVariant textValue(const QString &text)
+{
+    return text.isNull() ? QVariant(QStringLiteral("")) : QVariant(text);
+}
 
 // printf-style statements take their texts as UTF-8.
 QByteArray u8(const QString &text)
@@ -84,12 +99,20 @@ bool DbConnection::isSqlKeyword(const QString &word)
 
 bool DbConnection::openDb(const QString &path)
 {
+    // A file that is there but cannot be written, or whose folder cannot take
+    // SQLite's journal, is opened read-only: nothing will try to write to it.
+    const QFileInfo info(path);
+    const bool readOnlyFile = !path.isEmpty() && info.exists()
+                              && (!info.isWritable() || !QFileInfo(info.absolutePath()).isWritable());
+    const QString options = readOnlyFile ? ReadOnlyOption : "";
+
     // Try the file on a connection of its own first, so that a file that is
     // not a database leaves the open one in place.
     bool usable = false;
     {
         QSqlDatabase probe = QSqlDatabase::addDatabase("QSQLITE", ProbeConnection);
         probe.setDatabaseName(path);
+        probe.setConnectOptions(options);
         if (probe.open()) {
             QSqlQuery q(probe);
             usable = q.exec("SELECT name FROM sqlite_master LIMIT 1");
@@ -107,26 +130,179 @@ bool DbConnection::openDb(const QString &path)
         db = QSqlDatabase();
         QSqlDatabase::removeDatabase(QSqlDatabase::defaultConnection);
     }
+    transactionDepth = 0;
+    schemaVersion = -1;
+    tableListKnown = false;
+    shapes.clear();
+    damagedTables.clear();
+    fileReadOnly = readOnlyFile;
     db = QSqlDatabase::addDatabase("QSQLITE");
     db.setHostName("127.0.0.1");
     db.setDatabaseName(path);
+    db.setConnectOptions(options);
     if (!db.open()) {
         warn("ERRORE: Impossibile aprire il Db!");
         return false;
     }
+    if (sessionReadOnly)
+        setReadOnly(true);
     return true;
+}
+
+void DbConnection::setReadOnly(bool on)
+{
+    sessionReadOnly = on;
+    if (db.isOpen()) {
+        QSqlQuery q(db);
+        q.exec(on ? "PRAGMA query_only = 1" : "PRAGMA query_only = 0");
+    }
+}
+
+// Cached column lists hold while SQLite's schema version stays the same; any
+// change of any table, by this program or another, starts them afresh.
+void DbConnection::checkSchema()
+{
+    QSqlQuery q(db);
+    const qint64 version = q.exec("PRAGMA schema_version") && q.next() ? q.value(0).toLongLong() : -1;
+    if (version == schemaVersion && version >= 0)
+        return;
+    schemaVersion = version;
+    tableListKnown = false;
+    shapes.clear();
+}
+
+const DbConnection::TableShape &DbConnection::shape(const QString &table)
+{
+    checkSchema();
+    const auto known = shapes.constFind(table);
+    if (known != shapes.constEnd())
+        return known.value();
+
+    TableShape shape;
+    QSqlQuery q(db);
+    q.setForwardOnly(true);
+    if (q.exec(QString::asprintf("SELECT * FROM %s LIMIT 0", u8(sqlName(table)).constData()))) {
+        const QSqlRecord record = q.record();
+        for (int i = 0; i < record.count(); ++i) {
+            const QString name = record.fieldName(i);
+            shape.names << name;
+            ++shape.named[normalized(name)];
+            ++shape.namedUnsuffixed[normalized(name.section(RepeatMarker, 0, 0))];
+        }
+    }
+    QSqlQuery info(db);
+    if (!shape.names.isEmpty() && info.exec(QString::asprintf("PRAGMA table_info(%s)", u8(sqlName(table)).constData()))) {
+        int keys = 0;
+        bool idFirst = false;
+        while (info.next()) {
+            if (info.value(5).toInt() > 0)
+                ++keys;
+            if (info.value(0).toInt() == 0)
+                idFirst = info.value(1).toString() == IdColumn
+                          && info.value(2).toString().compare("integer", Qt::CaseInsensitive) == 0
+                          && info.value(5).toInt() == 1;
+        }
+        shape.editable = idFirst && keys == 1 && shape.names.first() == IdColumn;
+    }
+    return shapes.insert(table, shape).value();
+}
+
+bool DbConnection::isEditableTable(const QString &table)
+{
+    return shape(table).editable;
+}
+
+bool DbConnection::beginTransaction()
+{
+    QSqlQuery q(db);
+    if (!q.exec(QString::asprintf("SAVEPOINT tessaro_%d", transactionDepth + 1)))
+        return false;
+    ++transactionDepth;
+    return true;
+}
+
+bool DbConnection::commitTransaction()
+{
+    if (transactionDepth == 0)
+        return false;
+    QSqlQuery q(db);
+    if (q.exec(QString::asprintf("RELEASE tessaro_%d", transactionDepth))) {
+        --transactionDepth;
+        return true;
+    }
+    // The outermost commit can fail (the file is busy or the disk full):
+    // then nothing of the transaction is written.
+    warn(QString::asprintf("ERRORE: Impossibile salvare le modifiche nel Db!\n%s",
+                           u8(q.lastError().text()).constData()));
+    rollbackTransaction();
+    return false;
+}
+
+bool DbConnection::rollbackTransaction()
+{
+    if (transactionDepth == 0)
+        return false;
+    // A failure that SQLite answered by rolling back the whole transaction
+    // itself (a full disk, a trigger's ROLLBACK) has left no savepoint: then
+    // there is nothing more to undo.
+    QSqlQuery q(db);
+    const bool ok = q.exec(QString::asprintf("ROLLBACK TO tessaro_%d", transactionDepth));
+    q.exec(QString::asprintf("RELEASE tessaro_%d", transactionDepth));
+    --transactionDepth;
+    return ok;
+}
+
+QString DbConnection::storedText(const QString &value)
+{
+    if (!value.contains('\''))
+        return value;
+    QString text;
+    text.reserve(value.size());
+    for (int i = 0; i < value.size(); ++i) {
+        if (value.at(i) != '\'') {
+            text += value.at(i);
+        } else if (i + 1 < value.size() && value.at(i + 1) == '\'') {
+            text += '\'';
+            ++i;
+        } else {
+            return value; // a lone apostrophe: the value is no SQL literal
+        }
+    }
+    return text;
+}
+
+bool DbConnection::run(QSqlQuery &q, const QString &statement, const QVariantList &values)
+{
+    if (!q.prepare(statement))
+        return false;
+    for (const QVariant &value : values)
+        q.addBindValue(value);
+    return q.exec();
+}
+
+void DbConnection::noteDamage(const QSqlQuery &q, const QString &table)
+{
+    if (!isDamage(q.lastError()) || damagedTables.contains(table))
+        return;
+    damagedTables.insert(table);
+    warn(QString::asprintf("ERRORE: La Tabella %s è danneggiata: non tutti i Record si possono leggere!\n%s",
+                           u8(table).constData(), u8(q.lastError().text()).constData()));
 }
 
 QStringList DbConnection::getTables()
 {
-    QStringList tables;
     if (!db.isOpen())
-        return tables;
-    for (const QString &name : db.tables(QSql::Tables)) {
-        if (!name.startsWith("sqlite_"))
-            tables << name;
+        return QStringList();
+    checkSchema();
+    if (!tableListKnown) {
+        tableList.clear();
+        for (const QString &name : db.tables(QSql::Tables)) {
+            if (!name.startsWith("sqlite_"))
+                tableList << name;
+        }
+        tableListKnown = true;
     }
-    return tables;
+    return tableList;
 }
 
 bool DbConnection::tableExists(const QString &table)
@@ -137,36 +313,33 @@ bool DbConnection::tableExists(const QString &table)
 int DbConnection::countRecords(const QString &table)
 {
     QSqlQuery q(db);
-    if (!q.exec(QString::asprintf("SELECT count(*) FROM %s", u8(sqlName(table)).constData())) || !q.next())
+    if (!q.exec(QString::asprintf("SELECT count(*) FROM %s", u8(sqlName(table)).constData())) || !q.next()) {
+        noteDamage(q, table);
         return 0;
+    }
     return q.value(0).toInt();
 }
 
 QStringList DbConnection::getFieldNames(const QString &table)
 {
-    QStringList names;
-    QSqlQuery q(db);
-    q.setForwardOnly(true);
-    if (!q.exec(QString::asprintf("SELECT * FROM %s", u8(sqlName(table)).constData())))
-        return names;
-    const QSqlRecord record = q.record();
-    for (int i = 0; i < record.count(); ++i)
-        names << record.fieldName(i);
-    return names;
+    return shape(table).names;
 }
 
 QSqlRecord DbConnection::getRecordAt(const QString &table, int position)
 {
     QSqlQuery q(db);
     q.setForwardOnly(true);
-    if (!q.exec(QString::asprintf("SELECT * FROM %s", u8(sqlName(table)).constData())))
+    if (!q.exec(QString::asprintf("SELECT * FROM %s", u8(sqlName(table)).constData()))) {
+        noteDamage(q, table);
         return q.record();
+    }
     if (q.next()) {
         for (int i = 0; i < position; ++i) {
             if (!q.next())
                 break;
         }
     }
+    noteDamage(q, table);
     return q.record();
 }
 
@@ -187,34 +360,46 @@ QSqlRecord DbConnection::getRecordById(const QString &table, int id)
 {
     QSqlQuery q(db);
     q.setForwardOnly(true);
-    q.exec(QString::asprintf("SELECT * FROM %s WHERE %s = %d", u8(sqlName(table)).constData(), IdColumn, id));
+    run(q, QString::asprintf("SELECT * FROM %s WHERE %s = ?", u8(sqlName(table)).constData(), IdColumn), {id});
     searchById(q, id);
     return q.record();
 }
 
 bool DbConnection::idExists(const QString &table, int id)
 {
+    // Only the first column takes part in the search: the others are not read.
+    const QStringList names = getFieldNames(table);
+    const QString first = names.isEmpty() ? QStringLiteral("*") : sqlName(names.first());
     QSqlQuery q(db);
     q.setForwardOnly(true);
-    q.exec(QString::asprintf("SELECT * FROM %s WHERE %s = %d", u8(sqlName(table)).constData(), IdColumn, id));
+    run(q,
+        QString::asprintf("SELECT %s FROM %s WHERE %s = ?", u8(first).constData(), u8(sqlName(table)).constData(),
+                          IdColumn),
+        {id});
     return searchById(q, id);
 }
 
 QSqlRecord DbConnection::findRecord(const QString &table, const QString &column, const QVariant &value)
 {
-    // The value is looked for as it is, apostrophes included.
-    QString text = value.toString();
-    text.replace("'", "''");
+    // A text value is looked for as it is stored (see storedText).
+    QVariant wanted = value;
+    if (value.type() == QVariant::String)
+        wanted = textValue(storedText(value.toString()));
     QSqlQuery q(db);
     q.setForwardOnly(true);
-    if (!q.exec(QString::asprintf("SELECT * FROM %s WHERE %s = '%s'", u8(sqlName(table)).constData(),
-                                  u8(sqlName(column)).constData(), u8(text).constData())))
+    if (!run(q,
+             QString::asprintf("SELECT * FROM %s WHERE %s = ?", u8(sqlName(table)).constData(),
+                               u8(sqlName(column)).constData()),
+             {textValue(wanted.toString())})) {
+        noteDamage(q, table);
         return QSqlRecord();
+    }
     const int index = q.record().indexOf(column);
     while (q.next()) {
-        if (q.value(index) == value)
+        if (q.value(index) == wanted)
             return q.record();
     }
+    noteDamage(q, table);
     return QSqlRecord();
 }
 
@@ -235,15 +420,8 @@ int DbConnection::getMaxId(const QString &table)
 
 int DbConnection::countColumnsNamed(const QString &table, const QString &column, bool ignoreRepeatSuffix)
 {
-    const QString wanted = normalized(column);
-    int count = 0;
-    for (QString name : getFieldNames(table)) {
-        if (ignoreRepeatSuffix)
-            name = name.section(RepeatMarker, 0, 0);
-        if (normalized(name) == wanted)
-            ++count;
-    }
-    return count;
+    const TableShape &columns = shape(table);
+    return (ignoreRepeatSuffix ? columns.namedUnsuffixed : columns.named).value(normalized(column));
 }
 
 bool DbConnection::hasColumnContaining(const QString &text, const QString &table)
@@ -257,20 +435,22 @@ bool DbConnection::hasColumnContaining(const QString &text, const QString &table
 
 bool DbConnection::nameInFirstColumn(const QString &table, const QString &text)
 {
-    QString wanted = text;
-    wanted.replace("''", "'");
-    wanted = normalized(wanted);
+    // Compared as it would be stored: doubled apostrophes are undone.
+    const QString wanted = normalized(storedText(text));
 
     QSqlQuery q(db);
     q.setForwardOnly(true);
-    if (!q.exec(QString::asprintf("SELECT * FROM %s", u8(sqlName(table)).constData())))
+    if (!q.exec(QString::asprintf("SELECT * FROM %s", u8(sqlName(table)).constData()))) {
+        noteDamage(q, table);
         return false;
+    }
     if (q.record().count() < 2)
         return false;
     while (q.next()) {
         if (normalized(q.value(1).toString()) == wanted)
             return true;
     }
+    noteDamage(q, table);
     return false;
 }
 
@@ -279,10 +459,13 @@ QList<QSqlRecord> DbConnection::getAllRecords(const QString &table)
     QList<QSqlRecord> rows;
     QSqlQuery q(db);
     q.setForwardOnly(true);
-    if (!q.exec(QString::asprintf("SELECT * FROM %s", u8(sqlName(table)).constData())))
+    if (!q.exec(QString::asprintf("SELECT * FROM %s", u8(sqlName(table)).constData()))) {
+        noteDamage(q, table);
         return rows;
+    }
     while (q.next())
         rows << q.record();
+    noteDamage(q, table);
     return rows;
 }
 
@@ -312,11 +495,14 @@ bool DbConnection::readListColumn(const QString &table, const std::function<void
 
     QSqlQuery q(db);
     q.setForwardOnly(true);
-    if (!q.exec(wholeTableSelect(table, names.mid(0, 2))))
+    if (!q.exec(wholeTableSelect(table, names.mid(0, 2)))) {
+        noteDamage(q, table);
         return false;
+    }
     const QVariant none;
     while (q.next())
         row(q.value(0).toInt(), hasSecond ? q.value(1) : none);
+    noteDamage(q, table);
     return true;
 }
 
@@ -359,8 +545,10 @@ void DbConnection::readValuesById(const QString &table, const QString &column,
     QSqlQuery q(db);
     q.setForwardOnly(true);
     const QString statement = wholeTableSelect(table, wanted);
-    if (!q.exec(statement))
+    if (!q.exec(statement)) {
+        noteDamage(q, table);
         return;
+    }
     // With "SELECT *" the columns keep their own positions.
     const bool all = statement.startsWith("SELECT * ");
     const int idAt = all ? idIndex : 1;
@@ -374,6 +562,7 @@ void DbConnection::readValuesById(const QString &table, const QString &column,
             continue;
         value(id, valueAt >= 0 ? q.value(valueAt) : none);
     }
+    noteDamage(q, table);
 }
 
 bool DbConnection::readColumns(const QString &table, const QStringList &columns,
@@ -412,10 +601,10 @@ bool DbConnection::readColumns(const QString &table, const QStringList &columns,
     return true;
 }
 
-bool DbConnection::execWrite(const QString &statement, QString *error)
+bool DbConnection::execWrite(const QString &statement, const QVariantList &values, QString *error)
 {
     QSqlQuery q(db);
-    if (q.exec(statement))
+    if (run(q, statement, values))
         return true;
     if (error)
         *error = q.lastError().text();
@@ -445,7 +634,7 @@ bool DbConnection::createTable(const QString &table, const QList<ColumnDefinitio
     statement += ")";
 
     QString error;
-    if (!execWrite(statement, &error)) {
+    if (!execWrite(statement, {}, &error)) {
         warn(QString::asprintf("ERRORE: Impossibile creare la tabella %s!\n%s", u8(table).constData(),
                                u8(error).constData()));
         return false;
@@ -463,7 +652,7 @@ bool DbConnection::addColumn(const QString &table, const QString &column, const 
     QString error;
     if (!execWrite(QString::asprintf("ALTER TABLE %s ADD COLUMN %s %s", u8(sqlName(table)).constData(),
                                      u8(sqlName(name)).constData(), u8(sqlType).constData()),
-                   &error)) {
+                   {}, &error)) {
         warn(QString::asprintf("ERRORE: Impossibile aggiungere il campo %s alla tabella %s!\n%s",
                                u8(column).constData(), u8(table).constData(), u8(error).constData()));
         return false;
@@ -473,19 +662,29 @@ bool DbConnection::addColumn(const QString &table, const QString &column, const 
 
 bool DbConnection::dropTable(const QString &table)
 {
-    return execWrite(QString::asprintf("DROP TABLE %s ", u8(sqlName(table)).constData()), nullptr);
+    return execWrite(QString::asprintf("DROP TABLE %s ", u8(sqlName(table)).constData()), {}, nullptr);
 }
 
 bool DbConnection::clearTable(const QString &table)
 {
-    return execWrite(QString::asprintf("DELETE FROM %s", u8(sqlName(table)).constData()), nullptr);
+    QString error;
+    if (!execWrite(QString::asprintf("DELETE FROM %s", u8(sqlName(table)).constData()), {}, &error)) {
+        warn(QString::asprintf("ERRORE: Impossibile svuotare la Tabella %s!\n%s", u8(table).constData(),
+                               u8(error).constData()));
+        return false;
+    }
+    return true;
 }
 
 bool DbConnection::deleteRecord(const QString &table, int id)
 {
-    return execWrite(QString::asprintf("DELETE FROM %s WHERE %s = %d", u8(sqlName(table)).constData(),
-                                       IdColumn, id),
-                     nullptr);
+    QString error;
+    if (!execWrite(QString::asprintf("DELETE FROM %s WHERE %s = ?", u8(sqlName(table)).constData(), IdColumn), {id},
+                   &error)) {
+        warn(QString::asprintf("ERRORE: Impossibile eliminare il Record!\n%s", u8(error).constData()));
+        return false;
+    }
+    return true;
 }
 
 bool DbConnection::updateField(const QString &table, int id, const QString &column, const QString &value)
@@ -511,20 +710,19 @@ bool DbConnection::updateField(const QString &table, int id, const QString &colu
             return true; // answered No: nothing changes, and the caller sees success
     }
 
-    const QByteArray t = u8(sqlName(table)), c = u8(sqlName(column));
-    QString statement;
+    // The number forms store the same text a quoted '%d' or '%f' would.
+    QString text;
     if (column.contains("INTEGER"))
-        statement = QString::asprintf("UPDATE %s SET %s = '%d' WHERE %s = %d", t.constData(), c.constData(),
-                                      value.toInt(nullptr, 10), IdColumn, id);
+        text = QString::asprintf("%d", value.toInt(nullptr, 10));
     else if (column.contains("REAL"))
-        statement = QString::asprintf("UPDATE %s SET %s = '%f' WHERE %s = %d", t.constData(), c.constData(),
-                                      value.toDouble(), IdColumn, id);
+        text = QString::asprintf("%f", value.toDouble());
     else
-        statement = QString::asprintf("UPDATE %s SET %s = '%s' WHERE %s = %d", t.constData(), c.constData(),
-                                      u8(value).constData(), IdColumn, id);
+        text = storedText(value);
 
     QString error;
-    if (!execWrite(statement, &error)) {
+    if (!execWrite(QString::asprintf("UPDATE %s SET %s = ? WHERE %s = ?", u8(sqlName(table)).constData(),
+                                     u8(sqlName(column)).constData(), IdColumn),
+                   {textValue(text), id}, &error)) {
         warn(QString::asprintf("ERRORE: Impossibile aggiornare il Record!\n%s", u8(error).constData()));
         return false;
     }
@@ -540,16 +738,18 @@ int DbConnection::insertEmptyRecord(const QString &table, bool useGivenId, int g
         id = getMaxId(table) + 1;
 
     const QStringList names = getFieldNames(table);
-    QStringList quotedNames, values;
+    QStringList quotedNames, marks;
+    QVariantList values;
     for (const QString &name : names) {
         quotedNames << sqlName(name);
-        values << (name == IdColumn ? QString::asprintf("%d", id) : QStringLiteral("0"));
+        marks << "?";
+        values << (name == IdColumn ? id : 0);
     }
     const QString statement = QString::asprintf("INSERT INTO %s (", u8(sqlName(table)).constData())
-                              + quotedNames.join(",") + ") VALUES (" + values.join(",") + ")";
+                              + quotedNames.join(",") + ") VALUES (" + marks.join(",") + ")";
 
     QString error;
-    if (!execWrite(statement, &error)) {
+    if (!execWrite(statement, values, &error)) {
         warn(QString::asprintf("ERRORE: Impossibile aggiungere un elemento alla tabella %s!\n%s",
                                u8(table).constData(), u8(error).constData()));
         return -1;

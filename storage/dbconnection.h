@@ -4,6 +4,7 @@
 #include <QHash>
 #include <QList>
 #include <QPair>
+#include <QSet>
 #include <QSqlDatabase>
 #include <QSqlRecord>
 #include <QString>
@@ -18,8 +19,9 @@ using ColumnDefinition = QPair<QString, QString>;
 // The one place where SQL is written and run. Callers get records, values,
 // counts, ids or booleans; failures of writing statements are reported to the
 // user here (through the message handler), failures of reading ones give empty
-// results. Text values are put between quotes as they are: callers double
-// every apostrophe first.
+// results, except a read cut short by damage in the file, which is reported
+// once per table. Values always travel as bound parameters, never inside the
+// statement text (see storedText for how a value text becomes the stored text).
 class DbConnection
 {
 public:
@@ -28,11 +30,33 @@ public:
     DbConnection(const DbConnection &) = delete;
     DbConnection &operator=(const DbConnection &) = delete;
 
-    // Connection
+    // Connection. A file that cannot be written (its permissions, its
+    // folder's, or read-only media) is opened read-only.
     bool openDb(const QString &path);
     bool isOpen() const { return db.isOpen(); }
+    bool isFileReadOnly() const { return fileReadOnly; }
+    // A read-only session: the connection itself refuses every write, for
+    // this database and every one opened later.
+    void setReadOnly(bool on);
+    bool isReadOnly() const { return fileReadOnly || sessionReadOnly; }
     QStringList getTables();
     bool tableExists(const QString &table);
+    // Whether records of the table can be added, edited and deleted: its first
+    // column is RINTEGERFORMAT_Id as its integer primary key. Tables made by
+    // other tools, and the inner tables of a full-text index, are only browsed.
+    bool isEditableTable(const QString &table);
+
+    // Transactions: what runs between begin and commit is written whole, or,
+    // after rollback, not at all. They nest; only the outermost commit writes.
+    bool beginTransaction();
+    bool commitTransaction();
+    bool rollbackTransaction();
+    bool inTransaction() const { return transactionDepth > 0; }
+
+    // The text a value is stored as: a value whose apostrophes all come in
+    // pairs is the text of an SQL literal, stored with each "''" made "'";
+    // any other value is stored exactly as given.
+    static QString storedText(const QString &value);
 
     // Reading
     int countRecords(const QString &table);
@@ -90,10 +114,31 @@ public:
     static bool isSqlKeyword(const QString &word);
 
 private:
+    // What is known of a table's columns until the schema changes.
+    struct TableShape {
+        QStringList names;                 // as "SELECT *" gives them
+        QHash<QString, int> named;         // lower-cased, simplified name -> count
+        QHash<QString, int> namedUnsuffixed; // the same, each cut before "_XMLTYX_"
+        bool editable = false;
+    };
+    const TableShape &shape(const QString &table);
+    void checkSchema();
     QString wholeTableSelect(const QString &table, const QStringList &columns);
-    bool execWrite(const QString &statement, QString *error);
+    // Prepares the statement, binds the values in order and runs it.
+    static bool run(QSqlQuery &q, const QString &statement, const QVariantList &values = QVariantList());
+    bool execWrite(const QString &statement, const QVariantList &values, QString *error);
+    // Tells the user, once per table, that a read ended on damage in the file.
+    void noteDamage(const QSqlQuery &q, const QString &table);
 
     QSqlDatabase db;
+    bool fileReadOnly = false;
+    bool sessionReadOnly = false;
+    int transactionDepth = 0;
+    qint64 schemaVersion = -1;
+    QStringList tableList;
+    bool tableListKnown = false;
+    QHash<QString, TableShape> shapes;
+    QSet<QString> damagedTables; // already reported since the file was opened
 };
 
 #endif // DBCONNECTION_H
