@@ -330,11 +330,16 @@ void Tessaro::clearRecordView()
 
 void Tessaro::showRecordView(int id)
 {
+    // The view goes out of sight while its fields are replaced: the old ones
+    // are not repainted away one by one, and the new ones are laid out once,
+    // when it is shown again at the end.
+    ui->datiContents->setVisible(false);
     clearRecordView();
     const QStringList columns = db->getFieldNames(currentTable);
     const QSqlRecord record = db->getRecordById(currentTable, id);
 
-    for (const QString &column : columns) {
+    for (int i = 0; i < columns.size(); ++i) {
+        const QString &column = columns.at(i);
         auto *widget = new outputDataForm(ui->datiContents);
         outputWidgets << widget;
         connect(widget, &outputDataForm::goToList, this, &Tessaro::goToRequest);
@@ -342,7 +347,10 @@ void Tessaro::showRecordView(int id)
         widget->setDocumentsBase(dbFolder);
         widget->setSearchId(id);
 
-        QVariant value = db->getFieldValue(currentTable, record, column);
+        // The record's fields come in the order of the columns.
+        QVariant value = i < record.count() && record.fieldName(i) == column
+                             ? record.value(i)
+                             : db->getFieldValue(currentTable, record, column);
         const QString tag = typeTagOf(column);
         if (column.startsWith('X')) {
             // Lookup: show the referenced record's value and lead to that record.
@@ -382,4 +390,5 @@ void Tessaro::showRecordView(int id)
             widget->show();
         }
     }
+    ui->datiContents->setVisible(true);
 }

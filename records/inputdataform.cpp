@@ -35,11 +35,25 @@ inputDataForm::inputDataForm(QWidget *parent) : QWidget(parent), ui(new Ui::inpu
     // Long texts are shown whole: the line edit's default limit would cut them.
     ui->leData->setMaxLength(std::numeric_limits<int>::max());
 
+    // Icons come from the shared cache: a page holds one editor per column.
+    ui->pbViewImage->setIcon(tessaroIcon(":/imageIcon"));
+    ui->pbViewPdf->setIcon(tessaroIcon(":/pdfIcon"));
     ui->pbViewImage->setText("Visualizza");
     ui->pbViewImage->setToolTip("Visualizza Immagine");
     ui->pbViewPdf->setText("Aggiungi/Sostituisci");
     ui->pbViewPdf->setToolTip("Aggiungi/Sostituisci PDF");
 
+    connectParts(nullptr);
+}
+
+// Every connection of the editor is made here: those of the form's controls
+// when the editor is built, and that of the image dialog when it is made.
+void inputDataForm::connectParts(ImageBox *dialog)
+{
+    if (dialog) {
+        connect(dialog, &ImageBox::acceptedFile, this, &inputDataForm::setNewImage);
+        return;
+    }
     connect(ui->pbViewImage, &QPushButton::clicked, this, &inputDataForm::viewImageBox);
     connect(ui->pbViewPdf, &QPushButton::clicked, this, &inputDataForm::addPdf);
     connect(ui->cbData, &QCheckBox::toggled, this, &inputDataForm::activated);
@@ -69,7 +83,7 @@ ImageBox *inputDataForm::imageBox()
         imageDialog = new ImageBox(this);
         imageDialog->setViewOnly(false);
         imageDialog->hide();
-        connect(imageDialog, &ImageBox::acceptedFile, this, &inputDataForm::setNewImage);
+        connectParts(imageDialog);
     }
     return imageDialog;
 }

@@ -114,6 +114,7 @@ public slots:
     void intMinus();
 
 private:
+    void connectParts(ImageBox *dialog);
     QString shownState() const;
     void rememberShownState();
 

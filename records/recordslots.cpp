@@ -86,7 +86,10 @@ void Tessaro::buildRecordPage(int id, bool newPage)
     QString userPath;
     QHash<QString, QStringList> lookupItems; // other table -> combo items
 
-    for (const QString &column : columns) {
+    // The page is laid out once, when it is shown again at the end.
+    ui->inputContents->setVisible(false);
+    for (int i = 0; i < columns.size(); ++i) {
+        const QString &column = columns.at(i);
         auto *editor = new inputDataForm(ui->inputContents);
         // Every column gets an editor, shown or not, so that the editors and
         // the columns stay parallel.
@@ -96,7 +99,10 @@ void Tessaro::buildRecordPage(int id, bool newPage)
         const int formatAt = rest.indexOf("FORMAT_");
         const QString type = formatAt >= 0 ? rest.left(formatAt) : rest;
         const QString field = formatAt >= 0 ? rest.mid(formatAt + int(strlen("FORMAT_"))) : QString();
-        QVariant value = db->getFieldValue(currentTable, record, column);
+        // The record's fields come in the order of the columns.
+        QVariant value = i < record.count() && record.fieldName(i) == column
+                             ? record.value(i)
+                             : db->getFieldValue(currentTable, record, column);
 
         // A column of a foreign database, named outside the scheme, is titled
         // by its whole name.
@@ -146,6 +152,7 @@ void Tessaro::buildRecordPage(int id, bool newPage)
             editor->setDbFolder(dbFolder);
         }
     }
+    ui->inputContents->setVisible(true);
 }
 
 void Tessaro::newRecord()

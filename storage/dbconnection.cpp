@@ -3,7 +3,6 @@
 #include "storage/messagehandler.h"
 
 #include <QFileInfo>
-#include <QRegularExpression>
 #include <QSet>
 #include <QSqlError>
 #include <QSqlQuery>
@@ -84,8 +83,16 @@ DbConnection::~DbConnection()
 
 QString DbConnection::sqlName(const QString &name)
 {
-    static const QRegularExpression plain("^[A-Za-z_][A-Za-z0-9_]*$");
-    if (plain.match(name).hasMatch() && !sqlKeywords().contains(name.toUpper()))
+    const auto isPlain = [](const QString &text) {
+        for (int i = 0; i < text.size(); ++i) {
+            const QChar c = text.at(i);
+            const bool letter = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_';
+            if (!letter && (i == 0 || c < '0' || c > '9'))
+                return false;
+        }
+        return !text.isEmpty();
+    };
+    if (isPlain(name) && !sqlKeywords().contains(name.toUpper()))
         return name;
     QString quoted = name;
     quoted.replace("\"", "\"\"");
