@@ -9,6 +9,7 @@ BenchResult benchOpen(BenchContext &context);
 BenchResult benchCalc(BenchContext &context);
 BenchResult benchFilter(BenchContext &context);
 BenchResult benchLaunch(BenchContext &context);
+BenchResult benchSafety(BenchContext &context);
 
 // The launch's child process: "tessaro-bench --launch-child" in the folder
 // to start from.

@@ -26,6 +26,7 @@ const Operation Operations[] = {
     {"calc", benchCalc},
     {"filter", benchFilter},
     {"launch", benchLaunch},
+    {"safety", benchSafety},
 };
 
 } // namespace
