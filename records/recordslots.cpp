@@ -162,6 +162,8 @@ void Tessaro::newRecord()
     FieldValueList fields;
     bool incomplete = false;
     QString missing;
+    // The record as stored, for the fields the user leaves as they are.
+    const QSqlRecord stored = editMode ? db->getRecordById(currentTable, currentId) : QSqlRecord();
     for (int i = 0; i < inputForms.size(); ++i) {
         inputDataForm *editor = inputForms.at(i);
         const QString column = editor->columnName();
@@ -169,9 +171,13 @@ void Tessaro::newRecord()
         // An edited record keeps what the user did not touch as it is stored.
         // The id always leads the list; link columns are always set to their
         // table's name, and subtable columns emptied.
-        if (!editMode || i == 0 || editor->isEdited() || editor->fieldType() == "LINK")
+        const bool kept = editMode && i > 0 && !editor->isEdited() && editor->fieldType() != "LINK";
+        if (!kept)
             fields << FieldValue(column, value);
-        if (column.startsWith('R') && value.isEmpty()) {
+        // A kept field is filled when its stored value is, whatever its
+        // editor makes of it (a date written in another form, say).
+        const bool storedFilled = kept && i < stored.count() && !stored.value(i).toString().isEmpty();
+        if (column.startsWith('R') && value.isEmpty() && !storedFilled) {
             // Reported by the first word of its name; the last one missing wins.
             missing = column.section('_', 1, 1);
             incomplete = true;

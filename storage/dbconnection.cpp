@@ -592,8 +592,10 @@ bool DbConnection::readColumns(const QString &table, const QStringList &columns,
     QSqlQuery q(db);
     q.setForwardOnly(true);
     const QString statement = wholeTableSelect(table, present);
-    if (!q.exec(statement))
+    if (!q.exec(statement)) {
+        noteDamage(q, table);
         return false;
+    }
     // With "SELECT *" the columns keep their own positions.
     if (!statement.startsWith("SELECT * ")) {
         for (int &at : positions)
@@ -605,6 +607,7 @@ bool DbConnection::readColumns(const QString &table, const QStringList &columns,
             values[i] = positions.at(i) >= 0 ? q.value(positions.at(i)) : QVariant();
         visit(values);
     }
+    noteDamage(q, table);
     return true;
 }
 

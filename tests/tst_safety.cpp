@@ -140,7 +140,7 @@ void SafetyTest::valuesAreBound()
 void SafetyTest::untouchedFieldsKeepTheirBytes()
 {
     Session s({"CREATE TABLE Misto (RINTEGERFORMAT_Id integer primary key, RSTRINGFORMAT_Nome text, "
-               "NDATEFORMAT_Data text, NBOOLFORMAT_Attivo text, NINTEGERFORMAT_Pezzi, NREALFORMAT_Peso text, "
+               "RDATEFORMAT_Data text, NBOOLFORMAT_Attivo text, NINTEGERFORMAT_Pezzi, NREALFORMAT_Peso text, "
                "NMONEYFORMAT_Saldo, NSTRINGFORMAT_Note text, NLONGSTRINGFORMAT_Testo text, NURLFORMAT_Sito text, "
                "NMAILFORMAT_Posta text, XAltra_XDTX_RSTRINGFORMAT_Nome Integer, NSUBTABLEFORMAT_Righe text, "
                "NLINKFORMAT_Ordini text)",
