@@ -46,8 +46,18 @@ Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
     connect(ui->actionTech_Mod, &QAction::triggered, this, &Tessaro::enableTechMod);
     connect(ui->actionShow_Hidden_Tables, &QAction::triggered, this, &Tessaro::showHiddenTable);
     connect(ui->actionAdministrator_Mode, &QAction::triggered, this, &Tessaro::administratorModeEnabled);
+    connect(ui->actionExport, &QAction::triggered, this, &Tessaro::exportToFile);
+    connect(ui->actionExport_Selected_Record_To_File, &QAction::triggered, this, &Tessaro::exportSingleToFile);
+    connect(ui->actionExport_Selected_Record_To_File_txt, &QAction::triggered, this, &Tessaro::exportSingleToFileTxt);
+    connect(ui->actionExport_To_File, &QAction::triggered, this, &Tessaro::exportToFileHumanReading);
+    connect(ui->actionAutoExportAll, &QAction::triggered, this, &Tessaro::autoExportAll);
+    connect(ui->actionExport_All_Tables_Structures, &QAction::triggered, this, &Tessaro::autoExportAllStructures);
+    connect(ui->actionExport_Selected_Tables_Structure, &QAction::triggered, this,
+            &Tessaro::exportSelectedStructure);
     connect(ui->actionClear_Selected_List, &QAction::triggered, this, &Tessaro::clearTable);
     connect(ui->actionClear_All_Tables, &QAction::triggered, this, &Tessaro::clearAllTables);
+    connect(ui->actionImport_From_File_Trasvo_File, &QAction::triggered, this, &Tessaro::importFromFile);
+    connect(ui->actionImport_Table_Structure, &QAction::triggered, this, &Tessaro::importTableStructure);
     connect(ui->actionChange_Table_Icon, &QAction::triggered, this, &Tessaro::changeTableIcon);
     connect(ui->pbNext, &QPushButton::clicked, this, &Tessaro::nextRecord);
     connect(ui->pbPrev, &QPushButton::clicked, this, &Tessaro::prevRecord);
@@ -150,6 +160,7 @@ Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
     nameForm->hide();
     connect(nameForm, &QDialog::accepted, this, &Tessaro::waitForName);
     connect(nameForm, &QDialog::rejected, this, [this] { awaitingFilterName = false; });
+    connect(nameForm, &QDialog::accepted, this, &Tessaro::waitingForTableStructureName);
 
     setReadOnly(false);
 

@@ -170,6 +170,25 @@ public slots:
     void changeTableAndFilter(const QString &table, const QString &name);
     void deleteFilter();
 
+    // Record files, structure files and readable text (exchange/exchangeslots.cpp)
+    void exportToFile();
+    void exportingToFile(const QString &path, const QString &table);
+    void exportSingleToFile();
+    void exportingSingleToFile(const QString &path, const QString &table, int id);
+    void autoExportAll();
+    void importFromFile();
+    void importingFile(const QString &path);
+    void exportSelectedStructure();
+    void autoExportAllStructures();
+    void exportingStructure(const QString &table, const QStringList &columns);
+    void importTableStructure();
+    void waitingForTableStructureName();
+    void importingStructure(const QString &path, const QString &name);
+    void exportToFileHumanReading();
+    void exportingToFileHumanReading(const QString &path, const QString &table);
+    void exportSingleToFileTxt();
+    void exportingSingleToFileHumanReading(const QString &path, const QString &table, int id);
+
 private:
     void chooseAndOpenDb(bool create);
     void rebuildTableButtons();
@@ -237,6 +256,13 @@ private:
     bool filterResultsValid = false;
     QString savedFilterName;               // the saved filter last applied
     bool awaitingFilterName = false;       // the name dialog was opened to save a filter
+
+    // Record files, structure files and readable text (exchange/exchangeslots.cpp)
+public:
+    bool importFailed = false;   // the last record file could not be opened
+private:
+    QString exchangeFolder(const char *name) const;
+    QString pendingStructureFile; // waits for its table name in the name dialog
 };
 
 #endif // TESSARO_H

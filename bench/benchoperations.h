@@ -15,5 +15,7 @@ BenchResult benchSafety(BenchContext &context);
 // to start from.
 bool isLaunchChild(int argc, char **argv);
 int runLaunchChild(int argc, char **argv);
+BenchResult benchExport(BenchContext &context);
+BenchResult benchImport(BenchContext &context);
 
 #endif // BENCHOPERATIONS_H

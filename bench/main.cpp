@@ -27,6 +27,8 @@ const Operation Operations[] = {
     {"filter", benchFilter},
     {"launch", benchLaunch},
     {"safety", benchSafety},
+    {"export", benchExport},
+    {"import", benchImport},
 };
 
 } // namespace

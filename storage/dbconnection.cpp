@@ -5,7 +5,9 @@
 #include <QFileInfo>
 #include <QSet>
 #include <QSqlError>
+#include <QSqlDriver>
 #include <QSqlQuery>
+#include <sqlite3.h>
 
 namespace {
 
@@ -73,6 +75,7 @@ DbConnection::DbConnection() = default;
 
 DbConnection::~DbConnection()
 {
+    finishRowInsert();
     if (db.isOpen())
         db.close();
     const QString name = db.connectionName();
@@ -765,4 +768,117 @@ int DbConnection::insertEmptyRecord(const QString &table, bool useGivenId, int g
         return -1;
     }
     return id;
+}
+
+// Whole tables for imports and exports.
+
+bool DbConnection::readRows(const QString &table, QStringList *columns,
+                            const std::function<bool(const QVector<QVariant> &values)> &row)
+{
+    QSqlQuery q(db);
+    q.setForwardOnly(true);
+    if (!q.exec(QString::asprintf("SELECT * FROM %s", u8(sqlName(table)).constData())))
+        return false;
+    const QSqlRecord names = q.record();
+    const int count = names.count();
+    if (columns) {
+        columns->clear();
+        for (int i = 0; i < count; ++i)
+            *columns << names.fieldName(i);
+    }
+    QVector<QVariant> values(count);
+    while (q.next()) {
+        for (int i = 0; i < count; ++i)
+            values[i] = q.value(i);
+        if (!row(values))
+            break;
+    }
+    return true;
+}
+
+int DbConnection::rowCount(const QString &table)
+{
+    QSqlQuery q(db);
+    if (!q.exec(QString::asprintf("SELECT COUNT(*) FROM %s", u8(sqlName(table)).constData())) || !q.next())
+        return 0;
+    return q.value(0).toInt();
+}
+
+QVariant DbConnection::storedValue(const QString &table, const QString &column, int id)
+{
+    QSqlQuery q(db);
+    q.prepare(QString::asprintf("SELECT %s FROM %s WHERE %s = ?", u8(sqlName(column)).constData(),
+                                u8(sqlName(table)).constData(), IdColumn));
+    q.addBindValue(id);
+    if (!q.exec() || !q.next())
+        return QVariant();
+    return q.value(0);
+}
+
+bool DbConnection::prepareRowInsert(const QString &table, const QStringList &columns, QString *error)
+{
+    finishRowInsert();
+    const QVariant handle = db.isOpen() ? db.driver()->handle() : QVariant();
+    if (!handle.isValid() || qstrcmp(handle.typeName(), "sqlite3*") != 0) {
+        if (error)
+            *error = "Nessun database SQLite aperto";
+        return false;
+    }
+    sqlite3 *connection = *static_cast<sqlite3 *const *>(handle.constData());
+    QStringList names, marks;
+    for (const QString &column : columns) {
+        names << sqlName(column);
+        marks << "?";
+    }
+    const QByteArray statement = "INSERT INTO " + sqlName(table).toUtf8() + " (" + names.join(",").toUtf8() + ") VALUES ("
+                                 + marks.join(",").toUtf8() + ")";
+    if (sqlite3_prepare_v2(connection, statement.constData(), statement.size(), &rowInsert, nullptr) == SQLITE_OK
+        && rowInsert)
+        return true;
+    if (error)
+        *error = QString::fromUtf8(sqlite3_errmsg(connection));
+    finishRowInsert();
+    return false;
+}
+
+bool DbConnection::insertRow(const QVector<QVariant> &values, QString *error)
+{
+    if (!rowInsert)
+        return false;
+    for (int i = 0; i < values.size(); ++i) {
+        const QVariant &value = values.at(i);
+        const int at = i + 1;
+        switch (int(value.type())) {
+        case QMetaType::Int:
+        case QMetaType::LongLong:
+            sqlite3_bind_int64(rowInsert, at, value.toLongLong());
+            break;
+        case QMetaType::QByteArray: {
+            const QByteArray bytes = value.toByteArray();
+            sqlite3_bind_text(rowInsert, at, bytes.constData(), bytes.size(), SQLITE_TRANSIENT);
+            break;
+        }
+        case QMetaType::QString: {
+            const QString text = value.toString();
+            sqlite3_bind_text16(rowInsert, at, text.utf16(), text.size() * 2, SQLITE_TRANSIENT);
+            break;
+        }
+        default:
+            sqlite3_bind_null(rowInsert, at);
+        }
+    }
+    const int result = sqlite3_step(rowInsert);
+    sqlite3_reset(rowInsert);
+    if (result == SQLITE_DONE)
+        return true;
+    if (error)
+        *error = QString::fromUtf8(sqlite3_errmsg(sqlite3_db_handle(rowInsert)));
+    return false;
+}
+
+void DbConnection::finishRowInsert()
+{
+    if (rowInsert)
+        sqlite3_finalize(rowInsert);
+    rowInsert = nullptr;
 }

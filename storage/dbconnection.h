@@ -13,6 +13,8 @@
 #include <QVector>
 #include <functional>
 
+struct sqlite3_stmt;
+
 // (column name, SQL type), as given to createTable.
 using ColumnDefinition = QPair<QString, QString>;
 
@@ -139,6 +141,31 @@ private:
     bool tableListKnown = false;
     QHash<QString, TableShape> shapes;
     QSet<QString> damagedTables; // already reported since the file was opened
+
+public:
+    // Whole tables for imports and exports: each table read in one pass, rows
+    // written through one prepared statement with bound values (inside a
+    // transaction of the caller's).
+    //
+    // Calls row(values) for every row of table, in natural order, until it
+    // answers false; columns gets the column names first. False when the
+    // table cannot be read.
+    bool readRows(const QString &table, QStringList *columns,
+                  const std::function<bool(const QVector<QVariant> &values)> &row);
+    // Number of rows of table without stepping through them; 0 when it cannot be read.
+    int rowCount(const QString &table);
+    // The value of column in the row whose RINTEGERFORMAT_Id is id, as stored.
+    QVariant storedValue(const QString &table, const QString &column, int id);
+    // Prepares "INSERT INTO table (columns) VALUES (?, ...)"; insertRow then
+    // binds one value per column (an integer, UTF-8 bytes, a text or null) and
+    // runs it. On failure *error gets the driver's text. finishRowInsert drops
+    // the statement. The statement runs on the connection's own SQLite handle.
+    bool prepareRowInsert(const QString &table, const QStringList &columns, QString *error);
+    bool insertRow(const QVector<QVariant> &values, QString *error);
+    void finishRowInsert();
+
+private:
+    sqlite3_stmt *rowInsert = nullptr;
 };
 
 #endif // DBCONNECTION_H

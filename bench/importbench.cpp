@@ -1,0 +1,73 @@
+// Importing a record file of the whole people table, through the real slot,
+// into the emptied table, against one prepared INSERT of the same rows in one
+// transaction.
+#include "benchoperations.h"
+
+#include "app/tessaro.h"
+
+#include <QApplication>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QSqlRecord>
+#include <QVector>
+#include <cstdio>
+
+namespace {
+double bareInsert(const QVector<QVector<QVariant>> &rows)
+{
+    QElapsedTimer timer;
+    timer.start();
+    QSqlDatabase connection = QSqlDatabase::database();
+    connection.transaction();
+    QSqlQuery insert(connection);
+    QStringList marks;
+    for (int i = 0; i < rows.value(0).size(); ++i)
+        marks << "?";
+    insert.prepare(QString("INSERT INTO %1 VALUES (%2)").arg(People, marks.join(",")));
+    for (const QVector<QVariant> &row : rows) {
+        for (int i = 0; i < row.size(); ++i)
+            insert.bindValue(i, row.at(i));
+        insert.exec();
+    }
+    connection.commit();
+    return seconds(timer);
+}
+} // namespace
+
+BenchResult benchImport(BenchContext &context)
+{
+    Tessaro &window = *context.window;
+    DbConnection &db = *window.connection();
+    const QString path = context.folder + "/" + People + ".tvf";
+    window.exportingToFile(path, People);
+
+    // Each run: the bare insert of the rows read from the table, then the
+    // import of the file into the emptied table. The rows are dropped before
+    // the import, whose peak is its own.
+    std::vector<double> imports, bares;
+    int expected = 0, imported = 0;
+    for (int run = 0; run < 2; ++run) {
+        QVector<QVector<QVariant>> rows;
+        db.readRows(People, nullptr, [&rows](const QVector<QVariant> &values) {
+            rows << values;
+            return true;
+        });
+        expected = rows.size();
+        db.clearTable(People);
+        bares.push_back(bareInsert(rows));
+        rows = {};
+        // Emptied as the user empties it: the window then lists nothing.
+        db.clearTable(People);
+        window.changeTable(People);
+        QApplication::processEvents();
+        resetPeakMemory();
+        QElapsedTimer timer;
+        timer.start();
+        window.importingFile(path);
+        QApplication::processEvents(); // until the list is painted
+        imports.push_back(seconds(timer));
+        imported = db.rowCount(People);
+    }
+    std::printf("imported %d of %d records\n", imported, expected);
+    return {QString("import-%1").arg(context.size), best(imports), "bare-insert", best(bares)};
+}

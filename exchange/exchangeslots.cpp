@@ -1,0 +1,293 @@
+// Record files, table structure files and readable text exports.
+#include "app/tessaro.h"
+#include "ui_tessaro.h"
+
+#include "dialogs/choosenameform.h"
+#include "dialogs/listbuttonform.h"
+#include "dialogs/progressbarform.h"
+#include "exchange/readableexport.h"
+#include "exchange/recordfile.h"
+#include "exchange/structurefile.h"
+#include "storage/messagehandler.h"
+#include "storage/namingscheme.h"
+
+#include <QDir>
+#include <QFile>
+
+namespace {
+const char *const RecordFolder = "TrasvoFiles/";
+const char *const ExportFolder = "Exports/";
+const char *const CannotWrite = "ERRORE: Impossibile scrivere sul file!";
+const char *const CannotOpen = "ERRORE: Impossibile aprire il file!";
+
+// "name.tsc" from a chosen path: the proposed table name.
+QString structureName(const QString &path)
+{
+    QString name = path.mid(path.lastIndexOf('/') + 1);
+    const int extension = name.lastIndexOf(".tsc");
+    return extension >= 0 ? name.left(extension) : name;
+}
+} // namespace
+
+QString Tessaro::exchangeFolder(const char *name) const
+{
+    const QString folder = dbFolder + name;
+    QDir().mkpath(folder);
+    return folder;
+}
+
+void Tessaro::exportToFile()
+{
+    const QString path = MessageHandler::current()->saveFileName(
+        this, "Save File", exchangeFolder(RecordFolder) + currentTable + ".tvf", "Trasvo File (*.tvf)");
+    if (!path.isEmpty())
+        exportingToFile(path, currentTable);
+}
+
+void Tessaro::exportingToFile(const QString &path, const QString &table)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) {
+        MessageHandler::current()->warning(CannotWrite);
+        return;
+    }
+    progress->setValue(0);
+    progress->setLabel("Esportazione " + table);
+    progress->setWindowTitle("Esportazione ");
+    progress->show();
+    writeTableRecords(*db, file, table, [this](int step, int total) { reportProgress(step, total); });
+    file.close();
+    progress->hide();
+}
+
+void Tessaro::exportSingleToFile()
+{
+    const QString path = MessageHandler::current()->saveFileName(
+        this, "Save File", exchangeFolder(RecordFolder) + currentTable + ".tvf", "Trasvo File (*.tvf)");
+    if (!path.isEmpty())
+        exportingSingleToFile(path, currentTable, currentId);
+}
+
+void Tessaro::exportingSingleToFile(const QString &path, const QString &table, int id)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) {
+        MessageHandler::current()->warning(CannotWrite);
+        return;
+    }
+    progress->setValue(0);
+    progress->setLabel("Esportazione " + table);
+    progress->setWindowTitle("Importazione ");
+    progress->show();
+    writeSingleRecord(*db, file, table, id, [this](int step, int total) { reportProgress(step, total); });
+    file.close();
+    progress->hide();
+}
+
+void Tessaro::autoExportAll()
+{
+    // The folder ends in "/": the paths hold "//", which the file system takes as one.
+    const QString folder = exchangeFolder(RecordFolder);
+    for (const QString &table : QStringList(tableNames))
+        exportingToFile(folder + "/" + table + ".tvf", table);
+    MessageHandler::current()->information("Esportazione Completata!");
+}
+
+void Tessaro::importFromFile()
+{
+    const QString path =
+        MessageHandler::current()->openFileName(this, "Select File", exchangeFolder(RecordFolder), "tvf (*.tvf)");
+    if (!path.isEmpty())
+        importingFile(path);
+}
+
+void Tessaro::importingFile(const QString &path)
+{
+    if (readOnly)
+        return;
+    MessageHandler *messages = MessageHandler::current();
+    importFailed = false;
+    RecordFileImporter importer(*db);
+    if (!importer.open(path)) {
+        messages->warning(CannotOpen);
+        importFailed = true;
+        return;
+    }
+    const QString table = importer.tableName();
+    progress->setValue(0);
+    progress->setLabel("Importazione " + table);
+    progress->setWindowTitle("Elaborazione");
+    if (!db->tableExists(table)) {
+        messages->warning("ERRORE: La Tabella non esiste!");
+        return;
+    }
+    if (refuseForeignTable(table))
+        return;
+
+    progress->show();
+    showDuplicateError = false; // records already present are skipped silently
+    const RecordFileImporter::Outcome outcome =
+        importer.run([this](int step, int total) { reportProgress(step, total); });
+    showDuplicateError = true;
+    progress->hide();
+
+    if (outcome == RecordFileImporter::Incompatible)
+        messages->warning("ERRORE: Tabella Incompatibile!");
+    else if (outcome == RecordFileImporter::WriteFailed)
+        messages->warning(QString::asprintf("ERRORE: Impossibile aggiungere un elemento alla tabella %s!\n%s",
+                                            table.toUtf8().constData(), importer.errorText().toUtf8().constData()));
+    // The records read before a stop stay, and are listed.
+    if (outcome == RecordFileImporter::Imported || importer.importedCount() > 0)
+        changeTable(table);
+}
+
+void Tessaro::exportSelectedStructure()
+{
+    exportingStructure(currentTable, db->getFieldNames(currentTable));
+}
+
+void Tessaro::autoExportAllStructures()
+{
+    for (const QString &table : QStringList(tableNames))
+        exportingStructure(table, db->getFieldNames(table));
+}
+
+void Tessaro::exportingStructure(const QString &table, const QStringList &columns)
+{
+    QFile file(exchangeFolder(RecordFolder) + table + ".tsc");
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) {
+        MessageHandler::current()->warning("ERRORE: Impossibile esportare la Struttura Tabella!");
+        return;
+    }
+    progress->setLabel("Esportazione ");
+    progress->setWindowTitle("Esportazione ");
+    writeStructure(*db, file, table, columns);
+    file.close();
+}
+
+void Tessaro::importTableStructure()
+{
+    if (readOnly)
+        return;
+    const QStringList files = MessageHandler::current()->openFileNames(this, "Select File",
+                                                                        exchangeFolder(RecordFolder), "tsc (*.tsc)");
+    if (files.size() == 1) {
+        // One file: its table name is confirmed in the name dialog first.
+        // A cancelled dialog leaves nothing waiting.
+        pendingStructureFile = files.first();
+        nameForm->setName(structureName(pendingStructureFile));
+        nameForm->exec();
+        pendingStructureFile.clear();
+        return;
+    }
+    for (const QString &file : files)
+        importingStructure(file, structureName(file));
+}
+
+void Tessaro::waitingForTableStructureName()
+{
+    // The name dialog serves other askers too: act only when a file waits.
+    if (pendingStructureFile.isEmpty())
+        return;
+    const QString file = pendingStructureFile;
+    pendingStructureFile.clear();
+    // The name is taken as the designer takes a typed one.
+    importingStructure(file, toInternalTableName(nameForm->getName()).replace(' ', '_'));
+}
+
+void Tessaro::importingStructure(const QString &path, const QString &name)
+{
+    if (readOnly)
+        return;
+    MessageHandler *messages = MessageHandler::current();
+    if (name.isEmpty()) {
+        messages->warning("ERRORE: La Tabella è vuota!");
+        return;
+    }
+    // SQLite does not tell table names apart by case.
+    for (const QString &existing : db->getTables()) {
+        if (existing.compare(name, Qt::CaseInsensitive) == 0) {
+            messages->warning("ERRORE: La Tabella è già presente nel Db!");
+            return;
+        }
+    }
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+        messages->warning(CannotOpen);
+        return;
+    }
+    const QByteArray bytes = file.readAll();
+    file.close();
+    progress->setValue(0);
+    progress->setLabel("Importazione Struttura " + name);
+    progress->setWindowTitle("Elaborazione");
+
+    const TableStructure structure = readStructure(bytes);
+    if (!db->createTable(name, structure.columns))
+        return;
+
+    QString quotedName = name, iconPath = structure.iconPath;
+    quotedName.replace("'", "''");
+    iconPath.replace("'", "''");
+    insertRecord("settings",
+                 {FieldValue("RINTEGERFORMAT_Id", "0"), FieldValue("RSTRINGFORMAT_tableName", quotedName),
+                  FieldValue("RSTRINGFORMAT_iconPath", iconPath)},
+                 false);
+    tableNames << name;
+    if (!name.contains("HIDDENTABLE_")) {
+        auto *button = new ListButtonForm(ui->tablesScrollContents);
+        tableButtons << button;
+        button->setName(name);
+        button->setIcon(tableIcon(name));
+        ui->listButtonLayout->addWidget(button);
+        connect(button, &ListButtonForm::changeList, this, &Tessaro::changeTable);
+    }
+}
+
+void Tessaro::exportToFileHumanReading()
+{
+    const QString path = MessageHandler::current()->saveFileName(
+        this, "Save File", exchangeFolder(ExportFolder) + currentTable + ".txt", "txt (*.txt)");
+    if (!path.isEmpty())
+        exportingToFileHumanReading(path, currentTable);
+}
+
+void Tessaro::exportingToFileHumanReading(const QString &path, const QString &table)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) {
+        MessageHandler::current()->warning(CannotWrite);
+        return;
+    }
+    progress->setValue(0);
+    progress->setLabel("Exporting " + table);
+    progress->setWindowTitle("Importazione ");
+    progress->show();
+    writeReadableTable(*db, file, table, [this](int step, int total) { reportProgress(step, total); });
+    file.close();
+    progress->hide();
+}
+
+void Tessaro::exportSingleToFileTxt()
+{
+    const QString path = MessageHandler::current()->saveFileName(
+        this, "Save File", exchangeFolder(ExportFolder) + currentTable + ".txt", "txt (*.txt)");
+    if (!path.isEmpty())
+        exportingSingleToFileHumanReading(path, currentTable, currentId);
+}
+
+void Tessaro::exportingSingleToFileHumanReading(const QString &path, const QString &table, int id)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) {
+        MessageHandler::current()->warning(CannotWrite);
+        return;
+    }
+    progress->setValue(0);
+    progress->setLabel("Exporting " + table);
+    progress->setWindowTitle("Importazione ");
+    progress->show();
+    writeReadableRecord(*db, file, table, id, [this](int step, int total) { reportProgress(step, total); });
+    file.close();
+    progress->hide();
+}

@@ -1,0 +1,77 @@
+#ifndef RECORDFILE_H
+#define RECORDFILE_H
+
+#include "storage/dbconnection.h"
+
+#include <QByteArray>
+#include <QSet>
+#include <QString>
+#include <QStringList>
+#include <functional>
+
+class QIODevice;
+
+// Record files (".tvf"): line 1 is the table name; every further line is one
+// record, each column written as name "###" value "###" in the table's column
+// order. Nothing is escaped: a value holding "###" or a line break spoils its
+// line, and the importer then refuses that line as incompatible.
+
+// Called after each record with the steps done so far and the total.
+using ExchangeProgress = std::function<void(int step, int total)>;
+
+// Writes every record of table to the device, already open for writing.
+// The progress total is columns x records; one step per column.
+void writeTableRecords(DbConnection &db, QIODevice &device, const QString &table,
+                       const ExchangeProgress &progress = {});
+// Writes the header line and the first record whose RINTEGERFORMAT_Id is id
+// (nothing more when there is none).
+void writeSingleRecord(DbConnection &db, QIODevice &device, const QString &table, int id,
+                       const ExchangeProgress &progress = {});
+
+// Reads a record file into the table it names. Records whose identifier (first
+// data column, compared ignoring case and runs of blanks) is already in the
+// table are skipped; the Id of the file is kept when it is free, otherwise the
+// record gets the next one. A line whose columns differ from the table's stops
+// the import; the records before it stay. Everything is written through one
+// prepared statement inside one transaction.
+class RecordFileImporter
+{
+public:
+    // NotSaved: the records could not be committed (already reported); none stay.
+    enum Outcome { Imported, CannotOpen, NoTable, Incompatible, WriteFailed, NotSaved };
+
+    explicit RecordFileImporter(DbConnection &db) : db(db) {}
+
+    // Reads the whole file: false when it cannot be opened.
+    bool open(const QString &path);
+    // The same, from bytes already read.
+    void load(const QByteArray &bytes);
+
+    QString tableName() const { return table; }
+    // Number of "###" in the file: the progress total (two steps per pair).
+    int totalSteps() const { return separators; }
+
+    // Imports every record line. NoTable when the named table does not exist.
+    Outcome run(const ExchangeProgress &progress = {});
+
+    int importedCount() const { return imported; }
+    int skippedCount() const { return skipped; }
+    // The driver's text when a record could not be written.
+    QString errorText() const { return error; }
+
+private:
+    struct TableState;
+    bool prepareTable(TableState &state);
+    bool importLine(TableState &state, const char *line, int length, int *pairs);
+
+    DbConnection &db;
+    QString table;
+    QByteArray text;  // the file in UTF-8, line ends as "\n"
+    int body = 0;     // where the record lines begin
+    int separators = 0;
+    int imported = 0;
+    int skipped = 0;
+    QString error;
+};
+
+#endif // RECORDFILE_H

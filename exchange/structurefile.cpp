@@ -1,0 +1,65 @@
+#include "exchange/structurefile.h"
+
+#include <QIODevice>
+#include <QSqlRecord>
+#include <QTextCodec>
+#include <QTextStream>
+
+namespace {
+const char *const IdColumn = "RINTEGERFORMAT_Id";
+const char *const Separator = "###";
+
+QStringList textLines(const QByteArray &bytes)
+{
+    QByteArray raw = bytes;
+    raw.replace('\r', QByteArray()); // text mode
+    const QString text = QTextCodec::codecForUtfText(raw, QTextCodec::codecForLocale())->toUnicode(raw);
+    QStringList lines = text.split('\n');
+    if (lines.last().isEmpty())
+        lines.removeLast(); // the last line end closes a line, it opens none
+    return lines;
+}
+
+// The type word of a column line becomes the column's SQL type only when it is
+// a plain type name; anything else would be SQL text taken from a file.
+QString sqlTypeFor(const QString &column, const QString &word)
+{
+    if (column.startsWith('X') && column.contains("_XDTX_"))
+        return "Integer";
+    static const QStringList plain = {"text", "integer", "real", "numeric", "blob"};
+    const QString lower = word.trimmed().toLower();
+    return plain.contains(lower) ? lower : QString("text");
+}
+} // namespace
+
+void writeStructure(DbConnection &db, QIODevice &device, const QString &table, const QStringList &columns)
+{
+    QTextStream out(&device);
+    const QSqlRecord settings = db.findRecord("settings", "RSTRINGFORMAT_tableName", table);
+    out << db.getFieldValue("settings", settings, "RSTRINGFORMAT_iconPath").toString() << "\n";
+    for (const QString &column : columns) {
+        if (column != IdColumn)
+            out << column << Separator << "text" << "\n";
+    }
+}
+
+TableStructure readStructure(const QByteArray &bytes)
+{
+    TableStructure structure;
+    const QStringList lines = textLines(bytes);
+    structure.iconPath = lines.value(0);
+    for (int i = 1; i < lines.size(); ++i) {
+        const QString &line = lines.at(i);
+        const int at = line.indexOf(Separator);
+        const QString name = at < 0 ? line : line.left(at);
+        const QString word = at < 0 ? QString() : line.mid(at + 3);
+        if (!name.isEmpty())
+            structure.columns << ColumnDefinition(name, sqlTypeFor(name, word));
+    }
+    return structure;
+}
+
+int structureLineCount(const QByteArray &bytes)
+{
+    return textLines(bytes).size();
+}

@@ -1,0 +1,33 @@
+#ifndef STRUCTUREFILE_H
+#define STRUCTUREFILE_H
+
+#include "storage/dbconnection.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+class QIODevice;
+
+// Table structure files (".tsc"): line 1 is the table's icon path (empty when
+// it has none); then one line per column but the id: the coded column name,
+// "###" and the SQL type word, always "text".
+
+// Writes the structure of table, whose columns are given, to the open device.
+void writeStructure(DbConnection &db, QIODevice &device, const QString &table, const QStringList &columns);
+
+struct TableStructure {
+    QString iconPath;
+    QList<ColumnDefinition> columns; // in file order
+};
+
+// Reads a structure file's text. Lines without a column name are left out;
+// lookup columns are made "Integer" as the designer makes them, every other
+// column "text" unless the file names another plain SQL type.
+TableStructure readStructure(const QByteArray &bytes);
+
+// Number of lines of a structure file's text (the progress total).
+int structureLineCount(const QByteArray &bytes);
+
+#endif // STRUCTUREFILE_H

@@ -1,0 +1,18 @@
+// libFuzzer target: record files through the importer.
+#include "fuzzentries.h"
+
+static DbConnection *database = nullptr;
+
+extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
+{
+    new QCoreApplication(*argc, *argv);
+    database = new DbConnection;
+    makeFuzzDatabase(*database);
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    fuzzRecordFile(*database, QByteArray(reinterpret_cast<const char *>(data), int(size)));
+    return 0;
+}
