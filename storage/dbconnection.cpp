@@ -845,6 +845,7 @@ bool DbConnection::insertRow(const QVector<QVariant> &values, QString *error)
 {
     if (!rowInsert)
         return false;
+    // The texts are bound where they lie: values holds them until the step is done.
     for (int i = 0; i < values.size(); ++i) {
         const QVariant &value = values.at(i);
         const int at = i + 1;
@@ -854,13 +855,13 @@ bool DbConnection::insertRow(const QVector<QVariant> &values, QString *error)
             sqlite3_bind_int64(rowInsert, at, value.toLongLong());
             break;
         case QMetaType::QByteArray: {
-            const QByteArray bytes = value.toByteArray();
-            sqlite3_bind_text(rowInsert, at, bytes.constData(), bytes.size(), SQLITE_TRANSIENT);
+            const QByteArray *bytes = static_cast<const QByteArray *>(value.constData());
+            sqlite3_bind_text(rowInsert, at, bytes->constData(), bytes->size(), SQLITE_STATIC);
             break;
         }
         case QMetaType::QString: {
-            const QString text = value.toString();
-            sqlite3_bind_text16(rowInsert, at, text.utf16(), text.size() * 2, SQLITE_TRANSIENT);
+            const QString *text = static_cast<const QString *>(value.constData());
+            sqlite3_bind_text16(rowInsert, at, text->utf16(), text->size() * 2, SQLITE_STATIC);
             break;
         }
         default:
