@@ -143,12 +143,17 @@ void Tessaro::changeTable(const QString &table)
         clearRecordView();
         return;
     }
+    showFirstRecord();
+}
+
+void Tessaro::showFirstRecord()
+{
     currentRow = 0;
     const int id = idOfRow(0);
     currentId = id;
     {
         // vwRecord below shows this record; the selection need not show it first.
-        const QSignalBlocker quiet(list);
+        const QSignalBlocker quiet(ui->userListWidget);
         selectRow(0);
     }
     vwRecord(id);

@@ -203,6 +203,8 @@ private:
     int idOfRow(int row);
     void stepRecord(int direction);
     void selectRow(int row);
+    // Selects the first item of the list and shows its record.
+    void showFirstRecord();
     void showRecordView(int id);
 
     Ui::Tessaro *ui;

@@ -161,19 +161,11 @@ void Tessaro::showFilteredList()
 {
     loadList(currentTable);
     ui->stPages->setCurrentWidget(ui->userPage);
-    QListWidget *list = ui->userListWidget;
-    if (list->count() == 0) {
+    if (ui->userListWidget->count() == 0) {
         clearRecordView();
         return;
     }
-    currentRow = 0;
-    const int id = idOfRow(0);
-    currentId = id;
-    {
-        const QSignalBlocker quiet(list);
-        selectRow(0);
-    }
-    vwRecord(id);
+    showFirstRecord();
 }
 
 void Tessaro::enableFilters()
