@@ -3,6 +3,8 @@
 #include "storage/dbconnection.h"
 
 #include <QDir>
+#include <QFile>
+#include <QListWidget>
 
 RecordingMessageHandler::RecordingMessageHandler()
 {
@@ -85,4 +87,36 @@ QStringList dumpTable(DbConnection &db, const QString &table)
         rows << cells.join(";");
     }
     return rows;
+}
+
+bool rememberDb(const QString &path)
+{
+    QFile last("lastDb.dat");
+    return last.open(QIODevice::WriteOnly) && last.write(path.toUtf8()) == path.toUtf8().size();
+}
+
+bool makeTable(DbConnection &db, const QString &name, const QStringList &columns, const QStringList &rows)
+{
+    QList<ColumnDefinition> definitions;
+    for (const QString &column : columns)
+        definitions << ColumnDefinition(column, column.startsWith('X') ? "Integer" : "text");
+    if (!db.createTable(name, definitions))
+        return false;
+    for (const QString &row : rows) {
+        const int id = db.insertEmptyRecord(name, false, 0);
+        const QStringList values = row.split('|');
+        for (int i = 0; i < values.size(); ++i) {
+            if (!db.updateField(name, id, columns.at(i), QString(values.at(i)).replace("'", "''")))
+                return false;
+        }
+    }
+    return true;
+}
+
+QStringList itemTexts(const QListWidget *list)
+{
+    QStringList texts;
+    for (int i = 0; i < list->count(); ++i)
+        texts << list->item(i)->text();
+    return texts;
 }

@@ -9,6 +9,7 @@
 #include <QTemporaryDir>
 
 class DbConnection;
+class QListWidget;
 
 // Records every message, question and file choice, and answers them:
 // questions from a queue (then the default answer), file choices from queues.
@@ -57,5 +58,14 @@ private:
 
 // Rows of a table as name=value texts, for quick comparisons.
 QStringList dumpTable(DbConnection &db, const QString &table);
+
+// Names the database the next main window opens, as the program remembers it.
+bool rememberDb(const QString &path);
+
+// A table of text columns ("X..." lookups are Integer), one row per text with
+// the data columns' values separated by "|".
+bool makeTable(DbConnection &db, const QString &name, const QStringList &columns, const QStringList &rows = {});
+
+QStringList itemTexts(const QListWidget *list);
 
 #endif // TESTSUPPORT_H

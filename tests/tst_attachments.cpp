@@ -1,5 +1,3 @@
-// Image and PDF attachments: copies into the record's folder that never
-// overwrite, the stored paths, and the image dialog's fit and zoom.
 #include "records/imagebox.h"
 #include "records/inputdataform.h"
 #include "testsupport.h"

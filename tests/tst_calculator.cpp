@@ -1,5 +1,3 @@
-// The calculator: the signed sums and their formats over every record, and
-// the page in the window.
 #include "app/tessaro.h"
 #include "calc/calcform.h"
 #include "calc/columnsums.h"
@@ -7,7 +5,6 @@
 #include "storage/dbconnection.h"
 #include "testsupport.h"
 
-#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -109,10 +106,7 @@ void TestCalculator::pageInTheWindow()
 {
     TestFolder folder;
     RecordingMessageHandler messages;
-    QFile last("lastDb.dat");
-    QVERIFY(last.open(QIODevice::WriteOnly));
-    last.write(folder.file("calc.db").toUtf8());
-    last.close();
+    QVERIFY(rememberDb(folder.file("calc.db")));
     Tessaro window;
     auto *pages = window.findChild<QStackedWidget *>("stPages");
     auto *result = window.findChild<QLineEdit *>("leCalcResult");

@@ -1,5 +1,3 @@
-// The table designer page: the columns it creates, add-field mode, refused
-// names, the settings row and the table button.
 #include "app/tessaro.h"
 #include "dialogs/listbuttonform.h"
 #include "records/newtableelement.h"
@@ -9,7 +7,6 @@
 #include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QFile>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSqlQuery>
@@ -28,10 +25,7 @@ struct Session {
 
     Session()
     {
-        QFile last(folder.file("lastDb.dat"));
-        if (last.open(QIODevice::WriteOnly))
-            last.write(folder.file("test.db").toUtf8());
-        last.close();
+        rememberDb(folder.file("test.db"));
         window.reset(new Tessaro);
     }
     DbConnection &db() { return *window->connection(); }

@@ -1,6 +1,3 @@
-// The program as a desktop user meets it: the toolkit's own texts in Italian,
-// questions that default to No, keys, the read-only notice, a fresh screen
-// for each database, required fields and a window too small for nothing.
 #include "app/qtitalian.h"
 #include "app/tessaro.h"
 #include "records/inputdataform.h"

@@ -1,5 +1,3 @@
-// Filters: the comparison of one value, the left-to-right joining, the
-// filter page in the window, the linked-records search and saved filters.
 #include "app/tessaro.h"
 #include "dialogs/choosenameform.h"
 #include "dialogs/listbuttonform.h"
@@ -10,8 +8,6 @@
 #include "storage/dbconnection.h"
 #include "testsupport.h"
 
-#include <QFile>
-#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
@@ -46,36 +42,20 @@ struct Session {
         {
             DbConnection db;
             db.openDb(folder.file("f.db"));
-            table(db, "Citta", {"RSTRINGFORMAT_Nome"}, {"Roma", "Milano"});
-            table(db, "Clienti",
-                  {"RSTRINGFORMAT_Nome", "XCitta_XDTX_RSTRINGFORMAT_Nome", "NINTEGERFORMAT_Eta", "NIMAGEFORMAT_Foto",
-                   "NLINKFORMAT_Ordini"},
-                  {"Anna|1|30||", "Bruno|2|40||", "Carla|2|50||", "O'Brien|1|60||"});
-            table(db, "Ordini", {"RSTRINGFORMAT_Codice", "XClienti_XDTX_RSTRINGFORMAT_Nome"},
-                  {"A1|2", "A2|1", "A3|2", "A4|3"});
+            makeTable(db, "Citta", {"RSTRINGFORMAT_Nome"}, {"Roma", "Milano"});
+            makeTable(db, "Clienti",
+                      {"RSTRINGFORMAT_Nome", "XCitta_XDTX_RSTRINGFORMAT_Nome", "NINTEGERFORMAT_Eta",
+                       "NIMAGEFORMAT_Foto", "NLINKFORMAT_Ordini"},
+                      {"Anna|1|30||", "Bruno|2|40||", "Carla|2|50||", "O'Brien|1|60||"});
+            makeTable(db, "Ordini", {"RSTRINGFORMAT_Codice", "XClienti_XDTX_RSTRINGFORMAT_Nome"},
+                      {"A1|2", "A2|1", "A3|2", "A4|3"});
         }
         start();
-    }
-    static void table(DbConnection &db, const QString &name, const QStringList &columns, const QStringList &rows)
-    {
-        QList<ColumnDefinition> definitions;
-        for (const QString &column : columns)
-            definitions << ColumnDefinition(column, column.startsWith('X') ? "Integer" : "text");
-        db.createTable(name, definitions);
-        for (const QString &row : rows) {
-            const int id = db.insertEmptyRecord(name, false, 0);
-            const QStringList values = row.split('|');
-            for (int i = 0; i < values.size(); ++i)
-                db.updateField(name, id, columns.at(i), QString(values.at(i)).replace("'", "''"));
-        }
     }
     void start()
     {
         w.reset();
-        QFile last("lastDb.dat");
-        if (last.open(QIODevice::WriteOnly))
-            last.write(folder.file("f.db").toUtf8());
-        last.close();
+        rememberDb(folder.file("f.db"));
         w.reset(new Tessaro);
     }
     inputDataForm *editor(const QString &column)
@@ -92,14 +72,7 @@ struct Session {
         editor(column)->setCondition(comparison);
         editor(column)->setConnector(joiner);
     }
-    QStringList items()
-    {
-        QStringList texts;
-        const QListWidget *list = w->findChild<QListWidget *>("userListWidget");
-        for (int i = 0; i < list->count(); ++i)
-            texts << list->item(i)->text();
-        return texts;
-    }
+    QStringList items() { return itemTexts(w->findChild<QListWidget *>("userListWidget")); }
     QWidget *page() { return w->findChild<QStackedWidget *>("stPages")->currentWidget(); }
     QPushButton *button(const char *name) { return w->findChild<QPushButton *>(name); }
     // Saves the page under name, answering the name dialog.

@@ -1,11 +1,8 @@
-// The record list: texts, counts, the text-to-record map, stepping, search,
-// sort, the link/back history, start-up and foreign databases.
 #include "app/tessaro.h"
 #include "dialogs/progressbarform.h"
 #include "storage/dbconnection.h"
 #include "testsupport.h"
 
-#include <QFile>
 #include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
@@ -22,41 +19,20 @@ struct Session {
     std::unique_ptr<Tessaro> window;
 
     Session() { start(); }
-    // Starts the program as a user would, on the database file named in lastDb.dat.
     void start(const QString &file = "test.db")
     {
         window.reset();
-        QFile last("lastDb.dat");
-        if (last.open(QIODevice::WriteOnly))
-            last.write(folder.file(file).toUtf8());
-        last.close();
+        rememberDb(folder.file(file));
         window.reset(new Tessaro);
     }
-    // A table with one row per text, the row's values for the data columns separated by "|".
     void table(const QString &name, const QStringList &columns, const QStringList &rows)
     {
-        QList<ColumnDefinition> definitions;
-        for (const QString &column : columns)
-            definitions << ColumnDefinition(column, column.startsWith('X') ? "Integer" : "text");
-        DbConnection &db = *window->connection();
-        QVERIFY(db.createTable(name, definitions));
-        for (const QString &row : rows) {
-            const int id = db.insertEmptyRecord(name, false, 0);
-            const QStringList values = row.split('|');
-            for (int i = 0; i < values.size(); ++i)
-                db.updateField(name, id, db.getFieldNames(name).at(i + 1), values.at(i));
-        }
+        QVERIFY(makeTable(*window->connection(), name, columns, rows));
     }
     QListWidget *list() { return window->findChild<QListWidget *>("userListWidget"); }
     QString label(const char *name) { return window->findChild<QLabel *>(name)->text(); }
     QPushButton *button(const char *name) { return window->findChild<QPushButton *>(name); }
-    QStringList items()
-    {
-        QStringList texts;
-        for (int i = 0; i < list()->count(); ++i)
-            texts << list()->item(i)->text();
-        return texts;
-    }
+    QStringList items() { return itemTexts(list()); }
     // "selected row, current id, shown text".
     QString state()
     {

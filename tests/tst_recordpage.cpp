@@ -1,6 +1,3 @@
-// The record page of the main window: saving a new or an edited record
-// (required fields, duplicate identifiers, the record's folder, id changes),
-// deleting and emptying tables.
 #include "app/tessaro.h"
 #include "records/inputdataform.h"
 #include "storage/dbconnection.h"
@@ -20,10 +17,7 @@ struct Session {
     // Creates the table and makes it the current one.
     void table(const QString &name, const QStringList &columns)
     {
-        QList<ColumnDefinition> definitions;
-        for (const QString &column : columns)
-            definitions << ColumnDefinition(column, column.startsWith('X') ? "Integer" : "text");
-        QVERIFY(db->createTable(name, definitions));
+        QVERIFY(makeTable(*db, name, columns));
         w.tableNames = db->getTables();
         w.currentTable = name;
     }
@@ -102,9 +96,7 @@ void RecordPageTest::newEditedAndRenumberedRecord()
     QCOMPARE(s.hiddenEditors(), QStringList("Righe"));
     s.type("RSTRINGFORMAT_Nome", "Anna");
     s.w.newRecord();
-    QCOMPARE(s.messages.questions,
-             QStringList("Vuoi veramente aggiornare l'Id 1 con il nuovo Id 9? Questa operazione può essere molto "
-                         "dannosa!"));
+    QCOMPARE(s.messages.questions.size(), 1);
     QCOMPARE(s.rows("Clienti"), QStringList(saved.replace("Id=1;", "Id=9;").replace("Luigi;", "Anna;")));
     s.edit(9);
     s.setId(4);

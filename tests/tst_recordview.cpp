@@ -1,5 +1,3 @@
-// The record view: one display per column, shown by type, and the display
-// widget itself.
 #include "app/tessaro.h"
 #include "records/outputdataform.h"
 #include "storage/dbconnection.h"
@@ -113,17 +111,12 @@ void TestRecordView::recordInTheWindow()
     DbConnection &db = *w.connection();
     QDir(folder.path()).mkpath("TABLES_DOC/Persone_Anna");
     QImage(50, 80, QImage::Format_RGB32).save(folder.file("TABLES_DOC/Persone_Anna/foto.png"));
-    QVERIFY(db.createTable("Citta", {{"RSTRINGFORMAT_Nome", "text"}}));
-    db.insertEmptyRecord("Citta", false, 0);
-    db.updateField("Citta", db.insertEmptyRecord("Citta", false, 0), "RSTRINGFORMAT_Nome", "Roma");
-    QVERIFY(db.createTable("Persone", {{"NSTRINGFORMAT_Data_di_nascita_XMLTYX_2", "text"},
-                                        {"NLONGSTRINGFORMAT_UserPath", "text"}, {"NIMAGEFORMAT_Foto", "text"},
-                                        {"NSUBTABLEFORMAT_Righe__mese", "text"}, {"NLINKFORMAT_Clienti", "text"},
-                                        {"XCitta_XDTX_RSTRINGFORMAT_Nome", "Integer"}}));
-    const int id = db.insertEmptyRecord("Persone", false, 0);
-    const QStringList values = {"Anna", "TABLES_DOC/Persone_Anna", "TABLES_DOC/Persone_Anna/foto.png", "cfg 1", "x", "2"};
-    for (int i = 0; i < values.size(); ++i)
-        db.updateField("Persone", id, db.getFieldNames("Persone").at(i + 1), values.at(i));
+    QVERIFY(makeTable(db, "Citta", {"RSTRINGFORMAT_Nome"}, {"", "Roma"}));
+    QVERIFY(makeTable(db, "Persone",
+                      {"NSTRINGFORMAT_Data_di_nascita_XMLTYX_2", "NLONGSTRINGFORMAT_UserPath", "NIMAGEFORMAT_Foto",
+                       "NSUBTABLEFORMAT_Righe__mese", "NLINKFORMAT_Clienti", "XCitta_XDTX_RSTRINGFORMAT_Nome"},
+                      {"Anna|TABLES_DOC/Persone_Anna|TABLES_DOC/Persone_Anna/foto.png|cfg 1|x|2"}));
+    const int id = 1;
     w.changeTable("Persone");
 
     // Titles without the repeat marker and with blanks for "_"; Id and UserPath are shown in

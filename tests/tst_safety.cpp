@@ -1,5 +1,3 @@
-// Data safety: nothing the user did not ask for is written. Each scenario
-// builds, with plain SQL, the database that shows what could go wrong.
 #include "app/tessaro.h"
 #include "records/inputdataform.h"
 #include "testsupport.h"
@@ -72,9 +70,7 @@ struct Session {
     explicit Session(const QStringList &statements)
     {
         otherTool(path, statements);
-        QFile last(folder.file("lastDb.dat"));
-        last.open(QIODevice::WriteOnly);
-        last.write(path.toUtf8());
+        rememberDb(path);
     }
     Tessaro &open() { window.reset(new Tessaro); return *window; }
     QStringList rows(const QString &table) const { return otherTool(path, {}, table); }

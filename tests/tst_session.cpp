@@ -43,7 +43,7 @@ void makeDatabase(const QString &path, const QStringList &statements)
         for (const QString &statement : statements)
             QVERIFY2(q.exec(statement), qPrintable(statement));
     }
-    writeFile("lastDb.dat", path.toUtf8());
+    QVERIFY(rememberDb(path));
 }
 } // namespace
 

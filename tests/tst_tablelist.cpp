@@ -72,10 +72,7 @@ void TestTableList::init()
         for (const char *table : {"Clienti", "HIDDENTABLE_Segreti", "Conti_HIDDENTABLE_x", "hiddentable_y", "Ordini"})
             QVERIFY(db.createTable(table, {{"RSTRINGFORMAT_Nome", "text"}}));
     }
-    QFile last("lastDb.dat");
-    QVERIFY(last.open(QIODevice::WriteOnly));
-    last.write(path.toUtf8());
-    last.close();
+    QVERIFY(rememberDb(path));
     w = new Tessaro;
 }
 
