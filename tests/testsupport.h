@@ -68,4 +68,8 @@ bool makeTable(DbConnection &db, const QString &name, const QStringList &columns
 
 QStringList itemTexts(const QListWidget *list);
 
+// A file's text, "<missing>" when there is none.
+QString readFile(const QString &path);
+bool writeFile(const QString &path, const QByteArray &content);
+
 #endif // TESTSUPPORT_H

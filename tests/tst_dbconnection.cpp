@@ -65,10 +65,7 @@ void TestDbConnection::openReplacesConnectionAndRefusesJunk()
     QVERIFY(db->openDb(folder->file("test.db")));
     QCOMPARE(db->getTables(), QStringList{"A"});
 
-    QFile junk(folder->file("junk.db"));
-    QVERIFY(junk.open(QIODevice::WriteOnly));
-    junk.write(QByteArray(4096, 'x'));
-    junk.close();
+    QVERIFY(writeFile(folder->file("junk.db"), QByteArray(4096, 'x')));
     QVERIFY(!db->openDb(folder->file("junk.db")));
     QVERIFY(!db->openDb(folder->file("no/such/folder/x.db")));
     QCOMPARE(messages->warnings, (QStringList{"ERRORE: Impossibile aprire il Db!", "ERRORE: Impossibile aprire il Db!"}));

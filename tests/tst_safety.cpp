@@ -322,8 +322,7 @@ void SafetyTest::readOnlySessionWritesNothing()
                "INSERT INTO Clienti VALUES (1, 'Anna', 'vecchio')"});
     QFile lock(s.folder.file("lockDb.dat"));
     if (locked) {
-        QVERIFY(lock.open(QIODevice::WriteOnly) && lock.write("Locked") == 6);
-        lock.close();
+        QVERIFY(writeFile(lock.fileName(), "Locked"));
     } else {
         QVERIFY(QFile::setPermissions(s.path, QFile::ReadOwner | QFile::ReadGroup | QFile::ReadOther));
         if (QFileInfo(s.path).isWritable() && (!dropPermissionOverride() || QFileInfo(s.path).isWritable()))

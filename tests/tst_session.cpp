@@ -12,19 +12,6 @@
 #include <QtTest>
 
 namespace {
-QString readFile(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? QString::fromUtf8(f.readAll()) : QString("<missing>");
-}
-
-void writeFile(const QString &path, const QByteArray &content)
-{
-    QFile f(path);
-    QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    f.write(content);
-}
-
 QStringList listedTables(const Tessaro &w)
 {
     QStringList names;
@@ -135,7 +122,7 @@ void TestSession::secondInstanceIsReadOnly()
     QVERIFY(!QFile::exists("lockDb.dat"));
 
     // A lock left behind (the owner crashed) keeps every later start read-only.
-    writeFile("lockDb.dat", "Locked");
+    QVERIFY(writeFile("lockDb.dat", "Locked"));
     Tessaro third;
     QVERIFY(third.readOnly);
 }
@@ -180,7 +167,7 @@ void TestSession::bareFileNameUsesWorkingFolder()
 {
     TestFolder folder;
     RecordingMessageHandler messages;
-    writeFile("lastDb.dat", "bare.db\nsecond line is ignored\n");
+    QVERIFY(writeFile("lastDb.dat", "bare.db\nsecond line is ignored\n"));
     Tessaro w;
     QCOMPARE(w.dbPath, QString("bare.db"));
     QCOMPARE(w.dbFolder, QString());
@@ -193,8 +180,8 @@ void TestSession::fileThatIsNotADatabase()
 {
     TestFolder folder;
     RecordingMessageHandler messages;
-    writeFile("notes.db", "these are plain notes, not a database\n");
-    writeFile("lastDb.dat", folder.file("notes.db").toUtf8());
+    QVERIFY(writeFile("notes.db", "these are plain notes, not a database\n"));
+    QVERIFY(writeFile("lastDb.dat", folder.file("notes.db").toUtf8()));
     Tessaro w;
     QCOMPARE(messages.warnings, QStringList{"ERRORE: Impossibile aprire il Db!"});
     QVERIFY(w.tableButtonList().isEmpty());
