@@ -58,7 +58,6 @@ private slots:
     void initTestCase() { QVERIFY(installQtItalian(qApp)); }
     void toolkitTextsAndQuestionsAnswerNoByDefault();
     void keysFocusAndRequiredFields();
-    void readOnlyIsExplained();
     void newDatabaseStartsCleanAndNoSystemTableBecomesCurrent();
     void smallestWindowShowsWholeTexts();
 };
@@ -127,18 +126,6 @@ void DesktopTest::keysFocusAndRequiredFields()
     QVERIFY(s.db->tableExists("Prodotti"));
     s.key(Qt::Key_Q, Qt::ControlModifier);
     QVERIFY(!s.w.isVisible());
-}
-
-void DesktopTest::readOnlyIsExplained()
-{
-    TestFolder folder;
-    RecordingMessageHandler messages;
-    Tessaro owner, second;
-    QVERIFY(!owner.findChild<QLabel *>("lbReadOnly"));
-    const QLabel *notice = second.findChild<QLabel *>("lbReadOnly");
-    QVERIFY(notice && !notice->isHidden());
-    QVERIFY(notice->text().contains("un'altra copia del programma sta usando questa cartella"));
-    QVERIFY(notice->text().contains("\"lockDb.dat\""));
 }
 
 void DesktopTest::newDatabaseStartsCleanAndNoSystemTableBecomesCurrent()

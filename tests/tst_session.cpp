@@ -108,6 +108,11 @@ void TestSession::secondInstanceIsReadOnly()
         QVERIFY(second.readOnly);
         second.administratorModeEnabled(true); // shown, but still disabled
         QCOMPARE(second.windowTitle(), QString("DB Administration Tool - READONLY"));
+        QVERIFY(!first->findChild<QLabel *>("lbReadOnly"));
+        const QLabel *notice = second.findChild<QLabel *>("lbReadOnly");
+        QVERIFY(notice && !notice->isHidden());
+        QVERIFY(notice->text().contains("un'altra copia del programma sta usando questa cartella"));
+        QVERIFY(notice->text().contains("\"lockDb.dat\""));
         for (const char *name : {"actionNew_Db", "actionTable", "actionRemove_Table", "actionAdministrator_Mode",
                                  "actionDelete_All_Database", "actionImport_From_File_Trasvo_File"})
             QVERIFY2(!second.findChild<QAction *>(name)->isEnabled(), name);
