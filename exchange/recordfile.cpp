@@ -38,6 +38,34 @@ bool isPlainInteger(const QString &text)
     return true;
 }
 
+// The same test on the bytes of the file.
+bool isPlainInteger(const QByteArray &bytes)
+{
+    const int sign = bytes.startsWith('-') ? 1 : 0;
+    const int digits = bytes.size() - sign;
+    if (digits < 1 || digits > 9 || (bytes.at(sign) == '0' && (digits > 1 || sign)))
+        return false;
+    for (int i = sign; i < bytes.size(); ++i) {
+        if (bytes.at(i) < '0' || bytes.at(i) > '9')
+            return false;
+    }
+    return true;
+}
+
+// "-12.500000": a number as "%f" writes it, few enough digits to read back
+// and write again unchanged.
+bool isPlainReal(const QByteArray &bytes)
+{
+    const int point = bytes.indexOf('.');
+    if (point < 1 || bytes.size() - point != 7 || !isPlainInteger(bytes.left(point)))
+        return false;
+    for (int i = point + 1; i < bytes.size(); ++i) {
+        if (bytes.at(i) < '0' || bytes.at(i) > '9')
+            return false;
+    }
+    return true;
+}
+
 bool isAscii(const QByteArray &bytes)
 {
     for (const char c : bytes) {
@@ -297,12 +325,14 @@ bool RecordFileImporter::importLine(TableState &state, const char *line, int len
 
     // Numbers and identifiers are read from the decoded text.
     const QString identifier = columnCount >= 2 ? QString::fromUtf8(values.at(1)) : QString();
-    if (columnCount >= 2 && state.identifiers.contains(normalized(identifier))) {
+    const QString key = normalized(identifier);
+    if (columnCount >= 2 && state.identifiers.contains(key)) {
         ++skipped;
         return true;
     }
 
-    const int requested = QString::fromUtf8(values.at(0)).toInt(nullptr, 10);
+    const int requested = isPlainInteger(values.at(0)) ? values.at(0).toInt()
+                                                       : QString::fromUtf8(values.at(0)).toInt(nullptr, 10);
     const qint64 id = requested >= 1 && !state.ids.contains(requested) ? requested : state.maxId + 1;
     if (id > std::numeric_limits<int>::max()) {
         error = QString::asprintf("Id %lld fuori intervallo", id);
@@ -314,11 +344,16 @@ bool RecordFileImporter::importLine(TableState &state, const char *line, int len
     for (int j = 1; j < columnCount; ++j) {
         switch (state.kinds.at(j)) {
         case TableState::Integer:
-            row[j] = QByteArray::number(QString::fromUtf8(values.at(j)).toInt(nullptr, 10));
+            // A number already written as "%d" writes it goes in as it is.
+            row[j] = isPlainInteger(values.at(j))
+                         ? values.at(j)
+                         : QByteArray::number(QString::fromUtf8(values.at(j)).toInt(nullptr, 10));
             break;
         case TableState::Real:
             // As "%f" writes it.
-            row[j] = QByteArray::number(QString::fromUtf8(values.at(j)).toDouble(), 'f', 6);
+            row[j] = isPlainReal(values.at(j))
+                         ? values.at(j)
+                         : QByteArray::number(QString::fromUtf8(values.at(j)).toDouble(), 'f', 6);
             break;
         case TableState::UserPath:
             break; // composed below
@@ -349,13 +384,20 @@ bool RecordFileImporter::importLine(TableState &state, const char *line, int len
     state.ids.insert(newId);
     state.maxId = qMax(state.maxId, id);
     if (columnCount >= 2) {
-        const QString written = QString::fromUtf8(row.at(1).toByteArray());
-        // A lookup column keeps numbers as numbers: a plain integer reads back
-        // as written, and text without digits stays text; anything else is
-        // read back as stored.
-        const bool asWritten = !state.identifierIsLookup || isPlainInteger(written) || !hasDigit(written);
-        state.identifiers.insert(
-            normalized(asWritten ? written : db.storedValue(table, state.columns.at(1), newId).toString()));
+        // A value that went in as the file holds it is the identifier already known.
+        const QVariant &stored = row.at(1);
+        if (!state.identifierIsLookup && stored.type() == QVariant::ByteArray
+            && static_cast<const QByteArray *>(stored.constData())->constData() == values.at(1).constData()) {
+            state.identifiers.insert(key);
+        } else {
+            const QString written = QString::fromUtf8(row.at(1).toByteArray());
+            // A lookup column keeps numbers as numbers: a plain integer reads back
+            // as written, and text without digits stays text; anything else is
+            // read back as stored.
+            const bool asWritten = !state.identifierIsLookup || isPlainInteger(written) || !hasDigit(written);
+            state.identifiers.insert(
+                normalized(asWritten ? written : db.storedValue(table, state.columns.at(1), newId).toString()));
+        }
     }
     if (state.otherColumnIndex >= 0 && !state.otherValues.contains(newId))
         state.otherValues.insert(newId, state.otherColumnIndex == 0 ? row.at(0)

@@ -136,6 +136,11 @@ void TestExchange::importKeepsSkipsAndStops_data()
     const QString existing = "1|anna maria|30|60.000000";
     QTest::newRow("id kept when free, numbers as written by the record page")
         << "Persone\n" + ada << QStringList{existing, "7|Ada|36|55.500000"} << QStringList();
+    QTest::newRow("numbers in other forms are stored as the record page writes them")
+        << QByteArray("Persone\nRINTEGERFORMAT_Id###08###RSTRINGFORMAT_Nome###Ugo###NINTEGERFORMAT_Eta###-007###"
+                      "NREALFORMAT_Peso###1.2345675###\nRINTEGERFORMAT_Id###+9###RSTRINGFORMAT_Nome###Ivo###"
+                      "NINTEGERFORMAT_Eta###0###NREALFORMAT_Peso###-0.500000###\n")
+        << QStringList{existing, "8|Ugo|-7|1.234568", "9|Ivo|0|-0.500000"} << QStringList();
     QTest::newRow("identifier present, any case and blanks: skipped silently")
         << QByteArray("Persone\nRINTEGERFORMAT_Id###2###RSTRINGFORMAT_Nome###  ANNA   Maria###NINTEGERFORMAT_Eta###1###"
                       "NREALFORMAT_Peso###1###\n")
