@@ -52,18 +52,44 @@ bool isPlainInteger(const QByteArray &bytes)
     return true;
 }
 
-// "-12.500000": a number as "%f" writes it, few enough digits to read back
-// and write again unchanged.
-bool isPlainReal(const QByteArray &bytes)
+// "-12.5": a decimal number with few enough digits that "%f" writes it back
+// as the same digits, padded to six decimals. *padded gets that text.
+bool paddedReal(const QByteArray &bytes, QByteArray *padded)
 {
-    const int point = bytes.indexOf('.');
-    if (point < 1 || bytes.size() - point != 7 || !isPlainInteger(bytes.left(point)))
+    int point = bytes.indexOf('.');
+    if (point < 0)
+        point = bytes.size();
+    const int decimals = bytes.size() - point - 1;
+    if (point < 1 || decimals == 0 || decimals > 6 || !isPlainInteger(QByteArray::fromRawData(bytes.constData(), point)))
         return false;
     for (int i = point + 1; i < bytes.size(); ++i) {
         if (bytes.at(i) < '0' || bytes.at(i) > '9')
             return false;
     }
+    if (decimals == 6) {
+        *padded = bytes;
+        return true;
+    }
+    padded->reserve(point + 7);
+    padded->append(bytes.constData(), point);
+    padded->append('.');
+    if (decimals > 0)
+        padded->append(bytes.constData() + point + 1, decimals);
+    padded->append("000000", 6 - qMax(decimals, 0));
     return true;
+}
+
+// Number of "\n" from position from on.
+int lineEnds(const QByteArray &text, int from)
+{
+    int count = 0;
+    const char *const last = text.constData() + text.size();
+    for (const char *at = text.constData() + from; at < last; ++at, ++count) {
+        at = static_cast<const char *>(memchr(at, '\n', size_t(last - at)));
+        if (!at)
+            break;
+    }
+    return count;
 }
 
 bool isAscii(const QByteArray &bytes)
@@ -180,7 +206,7 @@ bool RecordFileImporter::open(const QString &path)
 void RecordFileImporter::load(const QByteArray &bytes)
 {
     text = bytes;
-    if (text.contains('\r'))
+    if (memchr(text.constData(), '\r', size_t(text.size())))
         text.replace('\r', QByteArray()); // text mode
     // A byte-order mark decides the encoding, as the text stream decides it;
     // without one the system's code page is used. The lines are then read as
@@ -349,12 +375,14 @@ bool RecordFileImporter::importLine(TableState &state, const char *line, int len
                          ? values.at(j)
                          : QByteArray::number(QString::fromUtf8(values.at(j)).toInt(nullptr, 10));
             break;
-        case TableState::Real:
+        case TableState::Real: {
             // As "%f" writes it.
-            row[j] = isPlainReal(values.at(j))
-                         ? values.at(j)
+            QByteArray padded;
+            row[j] = paddedReal(values.at(j), &padded)
+                         ? padded
                          : QByteArray::number(QString::fromUtf8(values.at(j)).toDouble(), 'f', 6);
             break;
+        }
         case TableState::UserPath:
             break; // composed below
         default:
@@ -420,7 +448,7 @@ RecordFileImporter::Outcome RecordFileImporter::run(const ExchangeProgress &prog
         return Incompatible;
     // Room for the file's records in the sets of ids and identifiers (a file
     // of empty lines is refused at its first one: it gets no more than a million).
-    const int records = qMin(int(text.count('\n')), 1 << 20);
+    const int records = qMin(lineEnds(text, body), 1 << 20);
     state.ids.reserve(state.ids.size() + records);
     state.identifiers.reserve(state.identifiers.size() + records);
     if (!db.prepareRowInsert(table, state.columns, &error))
@@ -434,9 +462,9 @@ RecordFileImporter::Outcome RecordFileImporter::run(const ExchangeProgress &prog
     Outcome outcome = Imported;
     int step = 0, lineCount = 0;
     for (int start = body; start < text.size();) {
-        int end = text.indexOf('\n', start);
-        if (end < 0)
-            end = text.size();
+        const char *const lineEnd =
+            static_cast<const char *>(memchr(text.constData() + start, '\n', size_t(text.size() - start)));
+        const int end = lineEnd ? int(lineEnd - text.constData()) : text.size();
         const int from = start;
         start = end + 1;
         int pairs = 0;

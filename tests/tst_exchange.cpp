@@ -139,8 +139,11 @@ void TestExchange::importKeepsSkipsAndStops_data()
     QTest::newRow("numbers in other forms are stored as the record page writes them")
         << QByteArray("Persone\nRINTEGERFORMAT_Id###08###RSTRINGFORMAT_Nome###Ugo###NINTEGERFORMAT_Eta###-007###"
                       "NREALFORMAT_Peso###1.2345675###\nRINTEGERFORMAT_Id###+9###RSTRINGFORMAT_Nome###Ivo###"
-                      "NINTEGERFORMAT_Eta###0###NREALFORMAT_Peso###-0.500000###\n")
-        << QStringList{existing, "8|Ugo|-7|1.234568", "9|Ivo|0|-0.500000"} << QStringList();
+                      "NINTEGERFORMAT_Eta###0###NREALFORMAT_Peso###-0.5###\nRINTEGERFORMAT_Id###10###RSTRINGFORMAT_Nome###Eli###"
+                      "NINTEGERFORMAT_Eta###12###NREALFORMAT_Peso###-3###\nRINTEGERFORMAT_Id###11###"
+                      "RSTRINGFORMAT_Nome###Rita###NINTEGERFORMAT_Eta###1###NREALFORMAT_Peso###2.###\n")
+        << QStringList{existing, "8|Ugo|-7|1.234568", "9|Ivo|0|-0.500000", "10|Eli|12|-3.000000", "11|Rita|1|2.000000"}
+        << QStringList();
     QTest::newRow("identifier present, any case and blanks: skipped silently")
         << QByteArray("Persone\nRINTEGERFORMAT_Id###2###RSTRINGFORMAT_Nome###  ANNA   Maria###NINTEGERFORMAT_Eta###1###"
                       "NREALFORMAT_Peso###1###\n")
