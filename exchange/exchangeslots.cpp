@@ -129,16 +129,19 @@ void Tessaro::importingFile(const QString &path)
     const RecordFileImporter::Outcome outcome =
         importer.run([this](int step, int total) { reportProgress(step, total); });
     showDuplicateError = true;
-    progress->hide();
 
+    if (outcome != RecordFileImporter::Imported)
+        progress->hide();
     if (outcome == RecordFileImporter::Incompatible)
         messages->warning("ERRORE: Tabella Incompatibile!");
     else if (outcome == RecordFileImporter::WriteFailed)
         messages->warning(QString::asprintf("ERRORE: Impossibile aggiungere un elemento alla tabella %s!\n%s",
                                             table.toUtf8().constData(), importer.errorText().toUtf8().constData()));
-    // The records read before a stop stay, and are listed.
+    // The records read before a stop stay, and are listed; the progress dialog
+    // stays up while the list is read again.
     if (outcome == RecordFileImporter::Imported || importer.importedCount() > 0)
         changeTable(table);
+    progress->hide();
 }
 
 void Tessaro::exportSelectedStructure()
