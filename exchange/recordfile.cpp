@@ -9,6 +9,7 @@
 #include <QTextStream>
 #include <cstring>
 #include <limits>
+#include <vector>
 
 namespace {
 
@@ -18,11 +19,174 @@ const char *const LookupMarker = "_XDTX_";
 const char *const RepeatMarker = "_XMLTYX_";
 const QString Separator = QStringLiteral("###");
 
-// Identifiers are compared as the uniqueness test of new records compares them.
-QString normalized(const QString &text)
+// Identifiers are compared as the uniqueness test of new records compares
+// them: in lower case, with runs of blanks as one and none at the ends. The
+// key is that text in UTF-8.
+QByteArray normalized(const QString &text)
 {
-    return text.toLower().simplified();
+    return text.toLower().simplified().toUtf8();
 }
+
+// The same key from the bytes of the file; plain ASCII is done in place.
+void normalizedInto(const QByteArray &bytes, QByteArray *key)
+{
+    key->resize(0);
+    for (const char c : bytes) {
+        if (c & 0x80) {
+            *key = normalized(QString::fromUtf8(bytes));
+            return;
+        }
+    }
+    bool blank = false;
+    for (const char c : bytes) {
+        if (c == ' ' || (c >= '\t' && c <= '\r')) {
+            blank = !key->isEmpty();
+            continue;
+        }
+        if (blank)
+            key->append(' ');
+        blank = false;
+        key->append(c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c);
+    }
+}
+
+// A set of ids in one block.
+class IdSet
+{
+public:
+    void reserve(int ids)
+    {
+        if (size_t(ids) * 2 > cells.size())
+            rehash(size_t(ids) * 2);
+    }
+    int size() const { return int(count); }
+    bool contains(int id) const
+    {
+        if (cells.empty())
+            return false;
+        const size_t mask = cells.size() - 1;
+        for (size_t at = hash(id) & mask;; at = (at + 1) & mask) {
+            if (cells[at] == Free)
+                return false;
+            if (cells[at] == id)
+                return true;
+        }
+    }
+    void insert(int id)
+    {
+        if (contains(id))
+            return;
+        if ((count + 1) * 2 > cells.size())
+            rehash(qMax<size_t>(64, cells.size() * 2));
+        place(id);
+        ++count;
+    }
+
+private:
+    static constexpr qint64 Free = std::numeric_limits<qint64>::min();
+    static size_t hash(int id) { return size_t(quint32(id) * 2654435761u); }
+    void place(qint64 id)
+    {
+        const size_t mask = cells.size() - 1;
+        size_t at = hash(int(id)) & mask;
+        while (cells[at] != Free)
+            at = (at + 1) & mask;
+        cells[at] = id;
+    }
+    void rehash(size_t wanted)
+    {
+        size_t size = 64;
+        while (size < wanted)
+            size *= 2;
+        std::vector<qint64> old(size, Free);
+        old.swap(cells);
+        for (const qint64 id : old) {
+            if (id != Free)
+                place(id);
+        }
+    }
+
+    std::vector<qint64> cells;
+    size_t count = 0;
+};
+
+// A set of byte strings kept in one block: no allocation per key.
+class KeySet
+{
+public:
+    void reserve(int keys)
+    {
+        if (size_t(keys) * 2 > cells.size())
+            rehash(size_t(keys) * 2);
+    }
+    int size() const { return int(count); }
+    bool contains(const QByteArray &key) const
+    {
+        if (cells.empty())
+            return false;
+        const size_t mask = cells.size() - 1;
+        for (size_t at = hash(key) & mask;; at = (at + 1) & mask) {
+            const quint32 entry = cells[at];
+            if (entry == 0)
+                return false;
+            if (same(entry - 1, key))
+                return true;
+        }
+    }
+    void insert(const QByteArray &key)
+    {
+        if (contains(key))
+            return;
+        if ((count + 1) * 2 > cells.size())
+            rehash(qMax<size_t>(64, cells.size() * 2));
+        const int offset = arena.size();
+        const qint32 length = key.size();
+        arena.append(reinterpret_cast<const char *>(&length), sizeof length);
+        arena.append(key);
+        place(quint32(offset) + 1, hash(key));
+        ++count;
+    }
+
+private:
+    static size_t hash(const QByteArray &key) { return qHashBits(key.constData(), size_t(key.size())); }
+    QByteArray keyAt(quint32 offset) const
+    {
+        qint32 length;
+        memcpy(&length, arena.constData() + offset, sizeof length);
+        return QByteArray::fromRawData(arena.constData() + offset + sizeof length, length);
+    }
+    bool same(quint32 offset, const QByteArray &key) const
+    {
+        qint32 length;
+        memcpy(&length, arena.constData() + offset, sizeof length);
+        return length == key.size()
+               && memcmp(arena.constData() + offset + sizeof length, key.constData(), size_t(length)) == 0;
+    }
+    void place(quint32 entry, size_t h)
+    {
+        const size_t mask = cells.size() - 1;
+        size_t at = h & mask;
+        while (cells[at] != 0)
+            at = (at + 1) & mask;
+        cells[at] = entry;
+    }
+    void rehash(size_t wanted)
+    {
+        size_t size = 64;
+        while (size < wanted)
+            size *= 2;
+        std::vector<quint32> old(size, 0);
+        old.swap(cells);
+        for (const quint32 entry : old) {
+            if (entry != 0)
+                place(entry, hash(keyAt(entry - 1)));
+        }
+    }
+
+    QByteArray arena; // each key: its length, then its bytes
+    std::vector<quint32> cells; // offset + 1 into arena; 0 is free
+    size_t count = 0;
+};
 
 // "-12", "0", "345": what SQLite keeps as an integer and gives back unchanged.
 bool isPlainInteger(const QString &text)
@@ -174,9 +338,9 @@ struct RecordFileImporter::TableState {
     enum Kind { Id, Integer, Real, Text, UserPath };
     QStringList columns;
     QVector<Kind> kinds;
-    QSet<int> ids;
+    IdSet ids;
     qint64 maxId = 0;
-    QSet<QString> identifiers; // first data column, normalized
+    KeySet identifiers; // first data column, normalized
     bool identifierIsLookup = false; // stored as the column's affinity makes it: read back
     // Record folders named after a lookup identifier: the referenced values.
     bool userPath = false;
@@ -191,6 +355,7 @@ struct RecordFileImporter::TableState {
     };
     QVector<Span> sections; // of the line being read
     QVector<QByteArray> values; // the bytes of the file
+    QByteArray key; // of the line's identifier
 };
 
 bool RecordFileImporter::open(const QString &path)
@@ -350,8 +515,9 @@ bool RecordFileImporter::importLine(TableState &state, const char *line, int len
         return false;
 
     // Numbers and identifiers are read from the decoded text.
-    const QString identifier = columnCount >= 2 ? QString::fromUtf8(values.at(1)) : QString();
-    const QString key = normalized(identifier);
+    QByteArray &key = state.key;
+    if (columnCount >= 2)
+        normalizedInto(values.at(1), &key);
     if (columnCount >= 2 && state.identifiers.contains(key)) {
         ++skipped;
         return true;
@@ -392,6 +558,7 @@ bool RecordFileImporter::importLine(TableState &state, const char *line, int len
         }
     }
     if (state.userPath) {
+        const QString identifier = QString::fromUtf8(values.at(1));
         QString composed;
         if (state.lookupUserPath)
             composed = table + "_" + state.otherValues.value(identifier.toInt()).toString();

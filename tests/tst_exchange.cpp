@@ -144,6 +144,20 @@ void TestExchange::importKeepsSkipsAndStops_data()
                       "RSTRINGFORMAT_Nome###Rita###NINTEGERFORMAT_Eta###1###NREALFORMAT_Peso###2.###\n")
         << QStringList{existing, "8|Ugo|-7|1.234568", "9|Ivo|0|-0.500000", "10|Eli|12|-3.000000", "11|Rita|1|2.000000"}
         << QStringList();
+    {
+        // Enough records to grow the sets of ids and identifiers several times.
+        QByteArray many = "Persone\n";
+        QStringList rows{existing};
+        for (int i = 2; i <= 300; ++i) {
+            many += QString("RINTEGERFORMAT_Id###%1###RSTRINGFORMAT_Nome###Òscar %1###NINTEGERFORMAT_Eta###1###"
+                            "NREALFORMAT_Peso###1###\n").arg(i).toUtf8();
+            rows << QString("%1|Òscar %1|1|1.000000").arg(i);
+        }
+        many += "RINTEGERFORMAT_Id###400###RSTRINGFORMAT_Nome### òSCAR\t 17 ###NINTEGERFORMAT_Eta###1###"
+                "NREALFORMAT_Peso###1###\n";
+        QTest::newRow("many records; a later one differing in case and blanks is skipped")
+            << many << rows << QStringList();
+    }
     QTest::newRow("identifier present, any case and blanks: skipped silently")
         << QByteArray("Persone\nRINTEGERFORMAT_Id###2###RSTRINGFORMAT_Nome###  ANNA   Maria###NINTEGERFORMAT_Eta###1###"
                       "NREALFORMAT_Peso###1###\n")
