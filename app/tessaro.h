@@ -9,6 +9,9 @@
 #include <QElapsedTimer>
 #include <QIcon>
 #include <QMainWindow>
+#include <functional>
+
+class QIODevice;
 
 namespace Ui {
 class Tessaro;
@@ -264,6 +267,10 @@ public:
     bool importFailed = false;   // the last record file could not be opened
 private:
     QString exchangeFolder(const char *name) const;
+    // Writes one export file under the progress dialog; a file that cannot be
+    // written is reported and nothing else happens.
+    void writeExportFile(const QString &path, const QString &label, const QString &title,
+                         const std::function<void(QIODevice &, const std::function<void(int, int)> &)> &write);
     QString pendingStructureFile; // waits for its table name in the name dialog
 };
 

@@ -36,6 +36,23 @@ QString Tessaro::exchangeFolder(const char *name) const
     return folder;
 }
 
+void Tessaro::writeExportFile(const QString &path, const QString &label, const QString &title,
+                              const std::function<void(QIODevice &, const ExchangeProgress &)> &write)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) {
+        MessageHandler::current()->warning(CannotWrite);
+        return;
+    }
+    progress->setValue(0);
+    progress->setLabel(label);
+    progress->setWindowTitle(title);
+    progress->show();
+    write(file, [this](int step, int total) { reportProgress(step, total); });
+    file.close();
+    progress->hide();
+}
+
 void Tessaro::exportToFile()
 {
     const QString path = MessageHandler::current()->saveFileName(
@@ -46,18 +63,8 @@ void Tessaro::exportToFile()
 
 void Tessaro::exportingToFile(const QString &path, const QString &table)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) {
-        MessageHandler::current()->warning(CannotWrite);
-        return;
-    }
-    progress->setValue(0);
-    progress->setLabel("Esportazione " + table);
-    progress->setWindowTitle("Esportazione ");
-    progress->show();
-    writeTableRecords(*db, file, table, [this](int step, int total) { reportProgress(step, total); });
-    file.close();
-    progress->hide();
+    writeExportFile(path, "Esportazione " + table, "Esportazione ",
+                    [&](QIODevice &file, const ExchangeProgress &step) { writeTableRecords(*db, file, table, step); });
 }
 
 void Tessaro::exportSingleToFile()
@@ -70,18 +77,8 @@ void Tessaro::exportSingleToFile()
 
 void Tessaro::exportingSingleToFile(const QString &path, const QString &table, int id)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) {
-        MessageHandler::current()->warning(CannotWrite);
-        return;
-    }
-    progress->setValue(0);
-    progress->setLabel("Esportazione " + table);
-    progress->setWindowTitle("Importazione ");
-    progress->show();
-    writeSingleRecord(*db, file, table, id, [this](int step, int total) { reportProgress(step, total); });
-    file.close();
-    progress->hide();
+    writeExportFile(path, "Esportazione " + table, "Importazione ",
+                    [&](QIODevice &file, const ExchangeProgress &step) { writeSingleRecord(*db, file, table, id, step); });
 }
 
 void Tessaro::autoExportAll()
@@ -257,18 +254,8 @@ void Tessaro::exportToFileHumanReading()
 
 void Tessaro::exportingToFileHumanReading(const QString &path, const QString &table)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) {
-        MessageHandler::current()->warning(CannotWrite);
-        return;
-    }
-    progress->setValue(0);
-    progress->setLabel("Exporting " + table);
-    progress->setWindowTitle("Importazione ");
-    progress->show();
-    writeReadableTable(*db, file, table, [this](int step, int total) { reportProgress(step, total); });
-    file.close();
-    progress->hide();
+    writeExportFile(path, "Exporting " + table, "Importazione ",
+                    [&](QIODevice &file, const ExchangeProgress &step) { writeReadableTable(*db, file, table, step); });
 }
 
 void Tessaro::exportSingleToFileTxt()
@@ -281,16 +268,6 @@ void Tessaro::exportSingleToFileTxt()
 
 void Tessaro::exportingSingleToFileHumanReading(const QString &path, const QString &table, int id)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) {
-        MessageHandler::current()->warning(CannotWrite);
-        return;
-    }
-    progress->setValue(0);
-    progress->setLabel("Exporting " + table);
-    progress->setWindowTitle("Importazione ");
-    progress->show();
-    writeReadableRecord(*db, file, table, id, [this](int step, int total) { reportProgress(step, total); });
-    file.close();
-    progress->hide();
+    writeExportFile(path, "Exporting " + table, "Importazione ",
+                    [&](QIODevice &file, const ExchangeProgress &step) { writeReadableRecord(*db, file, table, id, step); });
 }
