@@ -59,18 +59,24 @@ void Tessaro::rebuildTableButtons()
             continue;
         if (name.contains("HIDDENTABLE_") && !showHidden)
             continue;
-        auto *button = new ListButtonForm(ui->tablesScrollContents);
-        tableButtons << button;
-        button->setName(name);
-        const QIcon icon = tableIcon(name);
-        button->setIcon(icon);
+        const QIcon icon = addTableButton(name);
         if (name == tableNames.first())
             ui->lbListIcon->setPixmap(icon.pixmap(100, 50));
-        ui->listButtonLayout->addWidget(button);
-        connect(button, &ListButtonForm::changeList, this, &Tessaro::changeTable);
     }
     if (!tableButtons.isEmpty())
         tableButtons.first()->pushed();
+}
+
+QIcon Tessaro::addTableButton(const QString &name)
+{
+    auto *button = new ListButtonForm(ui->tablesScrollContents);
+    tableButtons << button;
+    button->setName(name);
+    const QIcon icon = tableIcon(name);
+    button->setIcon(icon);
+    ui->listButtonLayout->addWidget(button);
+    connect(button, &ListButtonForm::changeList, this, &Tessaro::changeTable);
+    return icon;
 }
 
 void Tessaro::showHiddenTable()

@@ -195,6 +195,8 @@ public slots:
 private:
     void chooseAndOpenDb(bool create);
     void rebuildTableButtons();
+    // Adds the button of a table at the end of the table list; answers its icon.
+    QIcon addTableButton(const QString &name);
     void discardTableButtons();
     void discardFilterButtons();
     void clearRecordView();

@@ -235,12 +235,7 @@ void Tessaro::importingStructure(const QString &path, const QString &name)
                  false);
     tableNames << name;
     if (!name.contains("HIDDENTABLE_")) {
-        auto *button = new ListButtonForm(ui->tablesScrollContents);
-        tableButtons << button;
-        button->setName(name);
-        button->setIcon(tableIcon(name));
-        ui->listButtonLayout->addWidget(button);
-        connect(button, &ListButtonForm::changeList, this, &Tessaro::changeTable);
+        addTableButton(name);
     }
 }
 

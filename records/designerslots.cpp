@@ -174,12 +174,7 @@ void Tessaro::acceptedNewTable()
     clearTableDesigner();
     tableNames << name;
     if (!name.contains(HiddenMarker) || showHidden) {
-        auto *button = new ListButtonForm(ui->tablesScrollContents);
-        tableButtons << button;
-        button->setName(name);
-        button->setIcon(tableIcon(name));
-        ui->listButtonLayout->addWidget(button);
-        connect(button, &ListButtonForm::changeList, this, &Tessaro::changeTable);
+        addTableButton(name);
     }
     changeToUsersPage();
     vwRecord(currentId);
