@@ -188,12 +188,14 @@ private:
     size_t count = 0;
 };
 
-// "-12", "0", "345": what SQLite keeps as an integer and gives back unchanged.
-bool isPlainInteger(const QString &text)
+// "-12", "0", "345": what SQLite keeps as an integer and gives back unchanged,
+// with at most maxDigits digits. For a QString or the file's bytes.
+template <typename Text>
+bool isPlainIntegerOf(const Text &text, int maxDigits)
 {
     const int sign = text.startsWith('-') ? 1 : 0;
     const int digits = text.size() - sign;
-    if (digits < 1 || digits > 18 || (text.at(sign) == '0' && (digits > 1 || sign)))
+    if (digits < 1 || digits > maxDigits || (text.at(sign) == '0' && (digits > 1 || sign)))
         return false;
     for (int i = sign; i < text.size(); ++i) {
         if (text.at(i) < '0' || text.at(i) > '9')
@@ -202,18 +204,14 @@ bool isPlainInteger(const QString &text)
     return true;
 }
 
-// The same test on the bytes of the file.
+bool isPlainInteger(const QString &text)
+{
+    return isPlainIntegerOf(text, 18);
+}
+
 bool isPlainInteger(const QByteArray &bytes)
 {
-    const int sign = bytes.startsWith('-') ? 1 : 0;
-    const int digits = bytes.size() - sign;
-    if (digits < 1 || digits > 9 || (bytes.at(sign) == '0' && (digits > 1 || sign)))
-        return false;
-    for (int i = sign; i < bytes.size(); ++i) {
-        if (bytes.at(i) < '0' || bytes.at(i) > '9')
-            return false;
-    }
-    return true;
+    return isPlainIntegerOf(bytes, 9);
 }
 
 // "-12.5": a decimal number with few enough digits that "%f" writes it back

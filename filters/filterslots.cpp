@@ -8,6 +8,7 @@
 #include "dialogs/progressbarform.h"
 #include "filters/savedfilters.h"
 #include "records/inputdataform.h"
+#include "records/lookupchoices.h"
 #include "records/tabledesign.h"
 #include "storage/messagehandler.h"
 #include "storage/namingscheme.h"
@@ -58,14 +59,8 @@ void Tessaro::buildFilterPage()
             // "---", then "id first-field" for every record of that table.
             const QString otherTable = rest.section(LookupMarker, 0, 0);
             editor->setTitle(true, toDisplayTableName(otherTable) + "_" + field);
-            if (!lookupItems.contains(otherTable)) {
-                const DbConnection::ListColumn other = db->readListColumn(otherTable);
-                QStringList items("---");
-                items.reserve(other.ids.size() + 1);
-                for (int i = 0; i < other.ids.size(); ++i)
-                    items << QString::number(other.ids.at(i)) + " " + other.values.at(i).toString();
-                lookupItems.insert(otherTable, items);
-            }
+            if (!lookupItems.contains(otherTable))
+                lookupItems.insert(otherTable, lookupChoices(*db, otherTable));
             editor->setValue(LookupMarker, QVariant());
             editor->setComboBox(true, lookupItems.value(otherTable));
             editor->setComboIndex(0);

@@ -3,6 +3,7 @@
 #include "ui_tessaro.h"
 
 #include "records/inputdataform.h"
+#include "records/lookupchoices.h"
 #include "storage/messagehandler.h"
 #include "storage/namingscheme.h"
 
@@ -117,12 +118,8 @@ void Tessaro::buildRecordPage(int id, bool newPage)
         if (column.startsWith('X')) {
             const int markerAt = rest.indexOf(LookupMarker);
             const QString otherTable = markerAt >= 0 ? rest.left(markerAt) : rest;
-            if (!lookupItems.contains(otherTable)) {
-                QStringList items("---");
-                for (const QSqlRecord &other : db->getAllRecords(otherTable))
-                    items << other.value(0).toString() + " " + other.value(1).toString();
-                lookupItems.insert(otherTable, items);
-            }
+            if (!lookupItems.contains(otherTable))
+                lookupItems.insert(otherTable, lookupChoices(*db, otherTable));
             editor->setValue(LookupMarker, value);
             editor->setComboBox(true, lookupItems.value(otherTable));
             editor->selectLookupItem(value.toString());
