@@ -46,7 +46,7 @@ void writeReadable(DbConnection &db, QIODevice &device, const QString &table, co
         return found == lookup->constEnd() ? QString("---") : found->toString();
     };
 
-    const int total = db.rowCount(table) * int(columns.size());
+    const int total = db.countRecords(table) * int(columns.size());
     int step = 0;
     db.readRows(table, nullptr, [&](const QVector<QVariant> &values) {
         step += values.size();

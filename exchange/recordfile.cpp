@@ -282,7 +282,7 @@ void writeRecords(DbConnection &db, QIODevice &device, const QString &table, con
     const bool utf8 = codec->mibEnum() == 106;
     auto encode = [codec, utf8](const QString &text) { return utf8 ? text.toUtf8() : codec->fromUnicode(text); };
 
-    const int total = db.rowCount(table);
+    const int total = db.countRecords(table);
     QByteArray buffer;
     buffer.reserve((1 << 20) + 4096);
     buffer += encode(table + "\n");

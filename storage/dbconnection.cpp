@@ -796,14 +796,6 @@ bool DbConnection::readRows(const QString &table, QStringList *columns,
     return true;
 }
 
-int DbConnection::rowCount(const QString &table)
-{
-    QSqlQuery q(db);
-    if (!q.exec(QString::asprintf("SELECT COUNT(*) FROM %s", u8(sqlName(table)).constData())) || !q.next())
-        return 0;
-    return q.value(0).toInt();
-}
-
 QVariant DbConnection::storedValue(const QString &table, const QString &column, int id)
 {
     QSqlQuery q(db);

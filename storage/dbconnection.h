@@ -152,8 +152,6 @@ public:
     // table cannot be read.
     bool readRows(const QString &table, QStringList *columns,
                   const std::function<bool(const QVector<QVariant> &values)> &row);
-    // Number of rows of table without stepping through them; 0 when it cannot be read.
-    int rowCount(const QString &table);
     // The value of column in the row whose RINTEGERFORMAT_Id is id, as stored.
     QVariant storedValue(const QString &table, const QString &column, int id);
     // Prepares "INSERT INTO table (columns) VALUES (?, ...)"; insertRow then

@@ -123,7 +123,7 @@ void TestExchange::recordFileRoundTripKeepsEveryType()
     s.window->exportingToFile(s.folder.file("empty.tvf"), "Persone");
     QCOMPARE(s.read(s.folder.file("empty.tvf")), QByteArray("Persone\n"));
     s.window->importingFile(s.folder.file("empty.tvf"));
-    QCOMPARE(s.db().rowCount("Persone"), 0);
+    QCOMPARE(s.db().countRecords("Persone"), 0);
 }
 
 void TestExchange::importKeepsSkipsAndStops_data()
@@ -207,7 +207,7 @@ void TestExchange::importKeepsSkipsAndStops()
     });
     QCOMPARE(got, rows);
     QCOMPARE(s.messages.warnings, warnings);
-    QCOMPARE(s.db().rowCount("Altra"), 0);
+    QCOMPARE(s.db().countRecords("Altra"), 0);
     QVERIFY(!s.window->importFailed);
 }
 
