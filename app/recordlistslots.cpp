@@ -133,6 +133,7 @@ void Tessaro::changeTable(const QString &table)
     currentTable = table;
     disableFilters();
     changeToUsersPage();
+    updateTableActions();
 
     QListWidget *list = ui->userListWidget;
     if (records.isEmpty()) {

@@ -168,8 +168,10 @@ void Tessaro::dropCurrentTable(bool silent)
     }
 
     // The second remaining table becomes current; with one left, none does.
-    if (tableNames.size() < 2)
+    if (tableNames.size() < 2) {
+        updateTableActions();
         return;
+    }
     currentTable = tableNames.at(1);
     changeTable(currentTable);
 }
@@ -200,6 +202,7 @@ void Tessaro::deleteAll()
     ui->lbViewInfo->setText("----");
     ui->lbListName->setText("----");
     progress->hide();
+    updateTableActions();
 }
 
 void Tessaro::copyIconToDataFolder(const QString &file, QString *storedPath)

@@ -6,6 +6,8 @@
 #include "dialogs/choosenameform.h"
 #include "dialogs/listbuttonform.h"
 #include "dialogs/progressbarform.h"
+#include "records/inputdataform.h"
+#include "records/newtableelement.h"
 #include "storage/messagehandler.h"
 #include "storage/namingscheme.h"
 
@@ -13,8 +15,8 @@
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
+#include <QKeyEvent>
 #include <QLabel>
-#include <QShortcut>
 #include <QStatusBar>
 #include <QStyleFactory>
 #include <QTextStream>
@@ -129,8 +131,7 @@ Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
     ui->bbNewTable->button(QDialogButtonBox::Cancel)->setText("Annulla");
 
     // Keys: the desktop's own for the file actions; on the record, designer
-    // and filter pages Return confirms and Esc leaves. A button's keys work
-    // only while it is shown and enabled, that is on its own page.
+    // and filter pages Return confirms and Esc leaves (see eventFilter).
     ui->actionNew_Db->setShortcut(QKeySequence::New);
     ui->actionOpen_Db->setShortcut(QKeySequence::Open);
     // Not every desktop binds a key to Quit: Ctrl+Q then.
@@ -138,23 +139,8 @@ Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
     if (!quitKeys.contains(QKeySequence(Qt::CTRL + Qt::Key_Q)))
         quitKeys << QKeySequence(Qt::CTRL + Qt::Key_Q);
     ui->actionExit->setShortcuts(quitKeys);
-    const struct {
-        QAbstractButton *button;
-        QList<QKeySequence> keys;
-    } pageKeys[] = {
-        {ui->pbSaveNewUser, {Qt::Key_Return, Qt::Key_Enter}},
-        {ui->pbCancelEdit, {Qt::Key_Escape}},
-        {ui->bbNewTable->button(QDialogButtonBox::Ok), {Qt::Key_Return, Qt::Key_Enter}},
-        {ui->bbNewTable->button(QDialogButtonBox::Cancel), {Qt::Key_Escape}},
-        {ui->pbSaveFilters, {Qt::Key_Return, Qt::Key_Enter}},
-        {ui->pbCancelFilters, {Qt::Key_Escape}},
-    };
-    for (const auto &page : pageKeys) {
-        for (const QKeySequence &key : page.keys) {
-            auto *shortcut = new QShortcut(key, page.button);
-            connect(shortcut, &QShortcut::activated, page.button, &QAbstractButton::click);
-        }
-    }
+    for (QWidget *page : {ui->newUserPage, ui->newTable, ui->filterPage})
+        page->installEventFilter(this);
 
     nameForm = new chooseNameForm(this);
     nameForm->hide();
@@ -309,6 +295,7 @@ void Tessaro::chooseAndOpenDb(bool create)
 {
     MessageHandler *handler = MessageHandler::current();
     const QString caption = tr("Open File");
+    const QString previous = dbPath;
     dbPath = create ? handler->saveFileName(this, caption, "/home", "DataBase (*.db)")
                     : handler->openFileName(this, caption, "/home", "DataBase (*.db)");
     if (dbPath.isEmpty())
@@ -319,13 +306,17 @@ void Tessaro::chooseAndOpenDb(bool create)
     if (create && !dbPath.endsWith(".db", Qt::CaseInsensitive))
         dbPath += ".db";
 
+    // Only a database that opened is remembered: one that failed leaves the
+    // previous one open, and remembered for the next start.
+    if (!loadDb(dbPath)) {
+        dbPath = previous;
+        return;
+    }
     QFile last(LastDbFile);
     if (last.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
         last.write(dbPath.toUtf8());
         last.close();
     }
-    discardTableButtons();
-    loadDb(dbPath);
     refreshTableList(true);
 }
 
@@ -334,10 +325,10 @@ void Tessaro::showDbPath(bool on)
     ui->leDbName->setVisible(on);
 }
 
-void Tessaro::loadDb(const QString &path)
+bool Tessaro::loadDb(const QString &path)
 {
     if (!db->openDb(path))
-        return;
+        return false;
 
     discardTableButtons();
     currentTable.clear();
@@ -377,6 +368,8 @@ void Tessaro::loadDb(const QString &path)
     }
 
     tableNames = db->getTables();
+    updateTableActions();
+    return true;
 }
 
 void Tessaro::refreshTableList(bool skipLockCheck)
@@ -429,6 +422,7 @@ void Tessaro::refreshTableList(bool skipLockCheck)
         }
     }
     listSavedFilters();
+    updateTableActions();
 }
 
 void Tessaro::setReadOnly(bool on)
@@ -484,6 +478,88 @@ void Tessaro::setReadOnly(bool on)
     }
     if (notice)
         notice->setVisible(on);
+    updateTableActions();
+}
+
+void Tessaro::updateTableActions()
+{
+    // Before the session has a database, the designed states stand.
+    if (!db)
+        return;
+    const bool table = !currentTable.isEmpty() && db->tableExists(currentTable);
+    for (QWidget *button : {static_cast<QWidget *>(ui->pbNewUser), static_cast<QWidget *>(ui->pbEditUser),
+                            static_cast<QWidget *>(ui->pbDeleteUser)})
+        button->setEnabled(table && !readOnly);
+    ui->pbFilter->setEnabled(table);
+    ui->pbCalc->setEnabled(table);
+    for (QAction *action : {ui->actionExport, ui->actionExport_Selected_Record_To_File,
+                            ui->actionExport_Selected_Record_To_File_txt, ui->actionExport_To_File,
+                            ui->actionExport_Selected_Tables_Structure, ui->actionAdd_Field, ui->actionRemove_Table,
+                            ui->actionChange_Table_Icon, ui->actionClear_Selected_List})
+        action->setEnabled(table && !readOnly);
+}
+
+// Return and Esc on the record, designer and filter pages. They reach a page
+// only when the control that has the focus leaves them alone: a drop-down
+// list or a calendar that is open keeps them for itself (choosing or
+// closing), and so they never save or leave the page.
+bool Tessaro::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() != QEvent::KeyPress)
+        return QMainWindow::eventFilter(watched, event);
+    const auto *key = static_cast<QKeyEvent *>(event);
+    if (key->modifiers() & ~(Qt::KeypadModifier))
+        return false;
+    QAbstractButton *accept = nullptr, *leave = nullptr;
+    if (watched == ui->newUserPage) {
+        accept = ui->pbSaveNewUser;
+        leave = ui->pbCancelEdit;
+    } else if (watched == ui->newTable) {
+        accept = ui->bbNewTable->button(QDialogButtonBox::Ok);
+        leave = ui->bbNewTable->button(QDialogButtonBox::Cancel);
+    } else if (watched == ui->filterPage) {
+        accept = ui->pbSaveFilters;
+        leave = ui->pbCancelFilters;
+    } else {
+        return false;
+    }
+    QAbstractButton *button = nullptr;
+    if (key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter)
+        button = accept;
+    else if (key->key() == Qt::Key_Escape)
+        button = leave;
+    if (!button || !button->isVisible() || !button->isEnabled())
+        return false;
+    // Changes made on the page are not thrown away by a stray Esc.
+    if (button == leave && pageHasChanges(static_cast<QWidget *>(watched))
+        && !MessageHandler::current()->question("Scartare le modifiche?"))
+        return true;
+    button->click();
+    return true;
+}
+
+bool Tessaro::pageHasChanges(QWidget *page)
+{
+    if (page == ui->newUserPage) {
+        for (const inputDataForm *editor : qAsConst(inputForms)) {
+            if (ui->inputLayout->indexOf(const_cast<inputDataForm *>(editor)) >= 0 && editor->isEdited())
+                return true;
+        }
+        return false;
+    }
+    if (page == ui->newTable) {
+        if ((ui->leTableName->isEnabled() && !ui->leTableName->text().trimmed().isEmpty())
+            || !ui->leIconData->text().isEmpty())
+            return true;
+        for (const newTableElement *element : qAsConst(tableElements)) {
+            if (element->hasInput())
+                return true;
+        }
+        return false;
+    }
+    if (page == ui->filterPage)
+        return filterPageChanged();
+    return false;
 }
 
 void Tessaro::about()

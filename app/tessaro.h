@@ -64,6 +64,8 @@ public:
     bool createNamedTable(const QString &table, const QList<ColumnDefinition> &columns);
     void ensureSystemTables();
     void reportProgress(int step, int total);
+    // Enables the actions that work on the current table only while there is one.
+    void updateTableActions();
     void copyIconToDataFolder(const QString &file, QString *storedPath);
 
     // Record page (records/recordslots.cpp)
@@ -113,7 +115,7 @@ public slots:
     void newDb();
     void openDb();
     void showDbPath(bool on);
-    void loadDb(const QString &path);
+    bool loadDb(const QString &path);
     void refreshTableList(bool skipLockCheck);
     void setReadOnly(bool on);
     void about();
@@ -192,7 +194,13 @@ public slots:
     void exportSingleToFileTxt();
     void exportingSingleToFileHumanReading(const QString &path, const QString &table, int id);
 
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
+    // Whether the user changed anything on the record, designer or filter page.
+    bool pageHasChanges(QWidget *page);
+    bool filterPageChanged();
     void chooseAndOpenDb(bool create);
     void rebuildTableButtons();
     // Adds the button of a table at the end of the table list; answers its icon.

@@ -129,6 +129,22 @@ void Tessaro::restoreFilterEditor(inputDataForm *editor, const FilterCondition &
         editor->deactivatedByButton();
 }
 
+bool Tessaro::filterPageChanged()
+{
+    if (filterPageStale || filterForms.size() != keptConditions.size())
+        return false;
+    for (int i = 0; i < filterForms.size(); ++i) {
+        const FilterCondition now = filterForms.at(i)->filterCondition();
+        const FilterCondition &kept = keptConditions.at(i);
+        if (now.active != kept.active || (now.active && (now.comparison != kept.comparison || now.joiner != kept.joiner
+                                                          || now.text != kept.text || now.dateText != kept.dateText
+                                                          || now.number != kept.number || now.checked != kept.checked
+                                                          || now.lookupKey != kept.lookupKey)))
+            return true;
+    }
+    return false;
+}
+
 void Tessaro::setFilterLamp(bool on)
 {
     filterLamp = on;

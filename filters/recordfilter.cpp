@@ -53,10 +53,8 @@ RecordFilter::Test RecordFilter::prepare(const FilterCondition &condition, const
         test.integer = condition.number;
     } else if (t == "REAL" || t == "MONEY") {
         test.kind = Test::Real;
-        bool plain = false;
-        test.real = condition.text.toDouble(&plain);
-        if (!plain) // typed the Italian way: "12,5", "1.234,56"
-            readTypedNumber(condition.text, &test.real);
+        // Read as the record page reads it: "1.000" is a thousand.
+        readTypedNumber(condition.text, &test.real);
     } else if (t == "IMAGE" || t == "PDF" || t == "SUBTABLE" || t == "LINK") {
         test.kind = Test::Always;
     } else if (t == "STRING" || t == "LONGSTRING" || t == "MAIL" || t == "URL") {

@@ -4,6 +4,7 @@
 #include "app/resources.h"
 #include "records/imagebox.h"
 #include "records/typednumber.h"
+#include "records/wheelguard.h"
 #include "storage/messagehandler.h"
 
 #include <limits>
@@ -11,6 +12,7 @@
 namespace {
 const char *const RepeatMarker = "_XMLTYX_";
 const char *const LookupWord = "_XDTX_";
+const char *const InvalidNumber = "ERRORE: Valore numerico non valido";
 } // namespace
 
 inputDataForm::inputDataForm(QWidget *parent) : QWidget(parent), ui(new Ui::inputDataForm)
@@ -28,9 +30,9 @@ inputDataForm::inputDataForm(QWidget *parent) : QWidget(parent), ui(new Ui::inpu
     active = 0;
     ui->pbNoFilter->setChecked(true);
     ui->pbAnd->setChecked(true);
-    // A date edit cannot be empty: 1 January 1753 stands for "no date".
-    ui->deData->setDate(QDate(1753, 1, 1));
-    sentinelDateText = ui->deData->text();
+    ui->deData->clearDate();
+    for (QWidget *editor : {static_cast<QWidget *>(ui->cboxData), static_cast<QWidget *>(ui->sbNum)})
+        WheelGuard::install(editor);
 
     // Long texts are shown whole: the line edit's default limit would cut them.
     ui->leData->setMaxLength(std::numeric_limits<int>::max());
@@ -58,7 +60,7 @@ void inputDataForm::connectParts(ImageBox *dialog)
     connect(ui->pbViewPdf, &QPushButton::clicked, this, &inputDataForm::addPdf);
     connect(ui->cbData, &QCheckBox::toggled, this, &inputDataForm::activated);
     connect(ui->cboxData, QOverload<int>::of(&QComboBox::currentIndexChanged), this, &inputDataForm::cbActivated);
-    connect(ui->deData, &QDateEdit::dateChanged, this, &inputDataForm::activated);
+    connect(ui->deData, &DateEdit::dateChanged, this, &inputDataForm::activated);
     connect(ui->leData, &QLineEdit::textChanged, this, &inputDataForm::activated);
     connect(ui->sbNum, QOverload<int>::of(&QSpinBox::valueChanged), this, &inputDataForm::activated);
     connect(ui->pbEqual, &QPushButton::pressed, this, &inputDataForm::activatedByButton);
@@ -150,7 +152,10 @@ void inputDataForm::setDateEdit(bool show, const QDate &date)
 {
     dateEditShown = show;
     if (show) {
-        ui->deData->setDate(date);
+        if (date.isValid())
+            ui->deData->setDate(date);
+        else
+            ui->deData->clearDate();
         ui->deData->show();
     } else {
         ui->deData->hide();
@@ -241,15 +246,19 @@ void inputDataForm::setValue(const QString &type, const QVariant &stored)
         setCheckBox(true, text == "TRUE", QString());
     } else if (type == "DATE") {
         hideAll(false);
-        // A text that is no date keeps the date shown before.
+        // No date shows empty; a text that is no date keeps the date shown before.
         const QDate date = QDate::fromString(text, "dd/MM/yyyy");
         dateEditShown = true;
         if (date.isValid())
             ui->deData->setDate(date);
+        else if (text.isEmpty())
+            ui->deData->clearDate();
         ui->deData->show();
     } else if (type == "INTEGER") {
         hideAll(false);
         setSpinBox(true, stored.toInt());
+        if (text.isEmpty())
+            ui->sbNum->clearNumber();
     } else if (type == "REAL") {
         hideAll(false);
         setLineEdit(true, text);
@@ -292,9 +301,9 @@ QString inputDataForm::shownState() const
     if (t == "BOOL")
         return ui->cbData->isChecked() ? "1" : "0";
     if (t == "DATE")
-        return ui->deData->date().toString(Qt::ISODate);
+        return ui->deData->hasInvalidText() ? "?" + ui->deData->text() : ui->deData->dateText();
     if (t == "INTEGER")
-        return QString::number(ui->sbNum->value());
+        return ui->sbNum->text();
     if (t == "IMAGE")
         return imageFile;
     if (t == "PDF")
@@ -325,7 +334,7 @@ QString inputDataForm::value()
     if (t == "DATE")
         return dateText();
     if (t == "INTEGER")
-        return QString::asprintf("%d", ui->sbNum->value());
+        return ui->sbNum->isEmpty() ? QString() : QString::asprintf("%d", ui->sbNum->value());
     if (t == "REAL" || t == "MONEY")
         return QString::asprintf("%f", numberValue());
     if (t == "IMAGE")
@@ -339,8 +348,9 @@ QString inputDataForm::value()
         return ui->leData->text().simplified();
     if (t == "LINK")
         return linkValue;
+    // No choice (the "---" item) is no record: an empty value.
     if (t == LookupWord)
-        return ui->cboxData->currentText().section(' ', 0, 0);
+        return ui->cboxData->currentIndex() < 1 ? QString() : ui->cboxData->currentText().section(' ', 0, 0);
     return ui->leData->text().simplified();
 }
 
@@ -349,16 +359,54 @@ double inputDataForm::numberValue()
     double number = 0.0;
     if (readTypedNumber(ui->leData->text(), &number))
         return number;
-    // A value the user did not touch is not the user's mistake.
-    if (active == 1 && isEdited())
-        MessageHandler::current()->warning("ERRORE: Valore numerico non valido");
+    // A value the user did not touch is not the user's mistake; an empty
+    // one is no mistake at all.
+    if (active == 1 && isEdited() && !ui->leData->text().trimmed().isEmpty())
+        MessageHandler::current()->warning(InvalidNumber);
     return 0.0;
 }
 
 QString inputDataForm::dateText() const
 {
-    const QString text = ui->deData->text();
-    return text == sentinelDateText ? QString() : text;
+    return ui->deData->dateText();
+}
+
+bool inputDataForm::isEmptyInput() const
+{
+    const QString &t = typeWord;
+    if (t == "BOOL")
+        return false;
+    if (t == "DATE")
+        return ui->deData->isEmpty();
+    if (t == "INTEGER")
+        return ui->sbNum->isEmpty();
+    if (t == "IMAGE")
+        return imageFile.isEmpty();
+    if (t == "PDF")
+        return pdfFile.isEmpty();
+    if (t == "LINK")
+        return linkValue.isEmpty();
+    if (t.contains(LookupWord))
+        return ui->cboxData->currentIndex() < 1;
+    return ui->leData->text().simplified().isEmpty();
+}
+
+QString inputDataForm::inputProblem() const
+{
+    const QString &t = typeWord;
+    double number;
+    if ((t == "REAL" || t == "MONEY") && !ui->leData->text().trimmed().isEmpty()
+        && !readTypedNumber(ui->leData->text(), &number))
+        return InvalidNumber;
+    if (t == "DATE" && ui->deData->hasInvalidText())
+        return QString::asprintf("ERRORE: La data '%s' non è valida!",
+                                 ui->deData->text().trimmed().toUtf8().constData());
+    return QString();
+}
+
+QString inputDataForm::titleText() const
+{
+    return ui->lbTitle->text();
 }
 
 bool inputDataForm::isChecked() const
@@ -378,7 +426,7 @@ QString inputDataForm::comboText() const
 
 int inputDataForm::spinValue() const
 {
-    return ui->sbNum->value();
+    return ui->sbNum->number();
 }
 
 void inputDataForm::setComboIndex(int index)
@@ -485,8 +533,8 @@ FilterCondition inputDataForm::filterCondition() const
     c.comparison = condition();
     c.joiner = connector();
     c.text = ui->leData->text();
-    c.dateText = ui->deData->text();
-    c.number = ui->sbNum->value();
+    c.dateText = ui->deData->dateText();
+    c.number = ui->sbNum->number();
     c.checked = ui->cbData->isChecked();
     c.lookupKey = ui->cboxData->currentText().section(' ', 0, 0);
     return c;

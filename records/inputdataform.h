@@ -67,6 +67,14 @@ public:
     QString value();
     double numberValue();
     QString dateText() const;
+    // Whether the user left the field empty (a number or date not typed, no
+    // choice made); a check box is never empty.
+    bool isEmptyInput() const;
+    // Why the typed value cannot be stored (a number or a date that cannot
+    // be read), as the warning says it; empty when it can.
+    QString inputProblem() const;
+    // The field's title as shown: the whole field name.
+    QString titleText() const;
 
     bool isChecked() const;
     QString checkBoxText() const;
@@ -136,7 +144,6 @@ private:
     QString documentsBase;
     QString bareFieldName;
     int active = 0;
-    QString sentinelDateText;
     QString linkValue;
     bool required = false; // shown as required on a record page
     QString storedState; // the value control as the owner left it

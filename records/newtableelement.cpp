@@ -2,6 +2,7 @@
 #include "ui_newtableelement.h"
 
 #include "app/resources.h"
+#include "records/wheelguard.h"
 #include "storage/namingscheme.h"
 
 namespace {
@@ -25,6 +26,8 @@ newTableElement::newTableElement(QWidget *parent) : QWidget(parent), ui(new Ui::
         ui->cbType->addItem(typeStem(tag));
     }
     ui->tableElementsPages->setCurrentWidget(ui->newElemPage);
+    for (QWidget *combo : {ui->cbType, ui->cbExistList, ui->cbExistList2, ui->cbExistField})
+        WheelGuard::install(combo);
     ui->leName->setPlaceholderText("Nome del campo");
 
     connect(ui->pbAddNew, &QPushButton::clicked, this, &newTableElement::sendNewAdd);
@@ -133,6 +136,11 @@ void newTableElement::changeFieldType(const QString &type)
     ui->cbExistList2->setVisible(link);
     ui->leName->setVisible(!linkToTable);
     ui->cbRequired->setEnabled(!linkToTable);
+}
+
+bool newTableElement::hasInput() const
+{
+    return ui->cbFromTable->isChecked() || !ui->leName->text().trimmed().isEmpty();
 }
 
 void newTableElement::focusName()

@@ -34,6 +34,8 @@ public:
     // The field name the user typed, when the column definition uses it;
     // empty on the from-table page and for a link to a chosen table.
     QString typedFieldName() const;
+    // Whether the user typed a name or chose a column of another table.
+    bool hasInput() const;
     // Puts the cursor in the field name.
     void focusName();
 

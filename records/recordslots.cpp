@@ -156,37 +156,42 @@ void Tessaro::newRecord()
 {
     if (readOnly)
         return;
+    MessageHandler *messages = MessageHandler::current();
     FieldValueList fields;
-    bool incomplete = false;
-    QString missing;
+    inputDataForm *missing = nullptr;
     // The record as stored, for the fields the user leaves as they are.
     const QSqlRecord stored = editMode ? db->getRecordById(currentTable, currentId) : QSqlRecord();
     for (int i = 0; i < inputForms.size(); ++i) {
         inputDataForm *editor = inputForms.at(i);
         const QString column = editor->columnName();
-        const QString value = editor->value();
         // An edited record keeps what the user did not touch as it is stored.
         // The id always leads the list; link columns are always set to their
         // table's name, and subtable columns emptied.
         const bool kept = editMode && i > 0 && !editor->isEdited() && editor->fieldType() != "LINK";
+        // A number or a date that cannot be read is never saved: the page
+        // stays as the user left it, with the cursor in that field.
+        const QString problem = kept ? QString() : editor->inputProblem();
+        if (!problem.isEmpty()) {
+            messages->warning(problem);
+            editor->focusInput();
+            return;
+        }
+        const QString value = editor->value();
         if (!kept)
             fields << FieldValue(column, value);
         // A kept field is filled when its stored value is, whatever its
-        // editor makes of it (a date written in another form, say).
+        // editor makes of it (a date written in another form, say). A number
+        // or a date left empty is empty, whatever its editor would write.
         const bool storedFilled = kept && i < stored.count() && !stored.value(i).toString().isEmpty();
-        if (column.startsWith('R') && value.isEmpty() && !storedFilled) {
-            // Reported by the first word of its name; the last one missing wins.
-            missing = column.section('_', 1, 1);
-            incomplete = true;
-        }
+        if (i > 0 && column.startsWith('R') && editor->isEmptyInput() && !storedFilled)
+            missing = editor; // the last one missing is reported
     }
 
-    if (incomplete) {
-        const int marker = missing.indexOf(RepeatMarker);
-        if (marker >= 0)
-            missing.remove(marker, int(strlen(RepeatMarker)));
-        MessageHandler::current()->warning(
-            QString::asprintf("Compila il campo %s prima di salvare il nuovo Record!", u8(missing).constData()));
+    if (missing) {
+        // Named by the whole field, as its title shows it.
+        messages->warning(QString::asprintf("Compila il campo %s prima di salvare il nuovo Record!",
+                                            u8(missing->titleText()).constData()));
+        missing->focusInput();
         return;
     }
 
@@ -217,11 +222,31 @@ void Tessaro::deleteUser()
 {
     if (readOnly || refuseForeignTable(currentTable))
         return;
-    if (!MessageHandler::current()->question("Eliminare questo elemento?"))
+    // Records of other tables that look this one up are named in the
+    // question; they lose the reference with it, so that a record added
+    // later under the same id is never taken for this one.
+    const QList<DbConnection::Reference> references = db->referencesTo(currentTable, currentId);
+    QString question = "Eliminare questo elemento?";
+    if (!references.isEmpty()) {
+        QStringList users;
+        for (const DbConnection::Reference &reference : references)
+            users << QString::asprintf("%d Record di %s", reference.records,
+                                       u8(toDisplayTableName(reference.table)).constData());
+        const QString last = users.takeLast();
+        question += QString::fromUtf8(" È usato da ") + (users.isEmpty() ? last : users.join(", ") + " e " + last) + ".";
+    }
+    if (!MessageHandler::current()->question(question))
         return;
     // The record's folder of attachments and its subtables stay where they are.
     // A delete the database refuses has been reported; the record stays shown.
-    if (!db->deleteRecord(currentTable, currentId))
+    const bool atomic = db->beginTransaction();
+    bool done = true;
+    for (const DbConnection::Reference &reference : references)
+        done = done && db->clearReferences(reference.table, reference.column, currentId);
+    done = done && db->deleteRecord(currentTable, currentId);
+    if (atomic && !done)
+        db->rollbackTransaction();
+    if (!done || (atomic && !db->commitTransaction()))
         return;
     changeToUsersPage();
     if (ui->userListWidget->count() > 0) {

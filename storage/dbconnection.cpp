@@ -281,6 +281,16 @@ QString DbConnection::storedText(const QString &value)
     return text;
 }
 
+QString DbConnection::storedForm(const QString &column, const QString &value)
+{
+    // The number forms store the same text a quoted '%d' or '%f' would.
+    if (column.contains("INTEGER"))
+        return QString::asprintf("%d", value.toInt(nullptr, 10));
+    if (column.contains("REAL"))
+        return QString::asprintf("%f", value.toDouble());
+    return storedText(value);
+}
+
 bool DbConnection::run(QSqlQuery &q, const QString &statement, const QVariantList &values)
 {
     if (!q.prepare(statement))
@@ -624,6 +634,38 @@ bool DbConnection::execWrite(const QString &statement, const QVariantList &value
     return false;
 }
 
+QList<DbConnection::Reference> DbConnection::referencesTo(const QString &table, int id)
+{
+    QList<Reference> references;
+    const QString prefix = "X" + table + "_XDTX_";
+    for (const QString &other : getTables()) {
+        for (const QString &column : getFieldNames(other)) {
+            if (!column.startsWith(prefix))
+                continue;
+            QSqlQuery q(db);
+            if (run(q,
+                    QString::asprintf("SELECT count(*) FROM %s WHERE %s = ?", u8(sqlName(other)).constData(),
+                                      u8(sqlName(column)).constData()),
+                    {id})
+                && q.next() && q.value(0).toInt() > 0)
+                references << Reference{other, column, q.value(0).toInt()};
+        }
+    }
+    return references;
+}
+
+bool DbConnection::clearReferences(const QString &table, const QString &column, int id)
+{
+    QString error;
+    if (!execWrite(QString::asprintf("UPDATE %s SET %s = ? WHERE %s = ?", u8(sqlName(table)).constData(),
+                                     u8(sqlName(column)).constData(), u8(sqlName(column)).constData()),
+                   {textValue(storedForm(column, QString())), id}, &error)) {
+        warn(QString::asprintf("ERRORE: Impossibile aggiornare il Record!\n%s", u8(error).constData()));
+        return false;
+    }
+    return true;
+}
+
 bool DbConnection::createTable(const QString &table, const QList<ColumnDefinition> &columns)
 {
     if (tableExists(table)) {
@@ -723,15 +765,7 @@ bool DbConnection::updateField(const QString &table, int id, const QString &colu
             return true; // answered No: nothing changes, and the caller sees success
     }
 
-    // The number forms store the same text a quoted '%d' or '%f' would.
-    QString text;
-    if (column.contains("INTEGER"))
-        text = QString::asprintf("%d", value.toInt(nullptr, 10));
-    else if (column.contains("REAL"))
-        text = QString::asprintf("%f", value.toDouble());
-    else
-        text = storedText(value);
-
+    const QString text = storedForm(column, value);
     QString error;
     if (!execWrite(QString::asprintf("UPDATE %s SET %s = ? WHERE %s = ?", u8(sqlName(table)).constData(),
                                      u8(sqlName(column)).constData(), IdColumn),

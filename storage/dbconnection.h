@@ -59,6 +59,12 @@ public:
     // pairs is the text of an SQL literal, stored with each "''" made "'";
     // any other value is stored exactly as given.
     static QString storedText(const QString &value);
+    // The text a value is written as into column: a column whose name
+    // contains "INTEGER" takes the value as a whole number ("%d"), one whose
+    // name contains "REAL" as a decimal with six places ("%f"), any other the
+    // stored text. The whole name is tested, the field part included
+    // (deliberate: a text field named REALTY is written as a number).
+    static QString storedForm(const QString &column, const QString &value);
 
     // Reading
     int countRecords(const QString &table);
@@ -98,6 +104,18 @@ public:
     // named; invalid for a name the table lacks). False when it cannot be read.
     bool readColumns(const QString &table, const QStringList &columns,
                      const std::function<void(const QVector<QVariant> &)> &visit);
+
+    // The lookup columns of every table that point into table, with the
+    // number of records whose lookup holds id.
+    struct Reference {
+        QString table;
+        QString column;
+        int records = 0;
+    };
+    QList<Reference> referencesTo(const QString &table, int id);
+    // Empties the lookups of column in table that hold id: they show as
+    // missing from then on.
+    bool clearReferences(const QString &table, const QString &column, int id);
 
     // Writing
     bool createTable(const QString &table, const QList<ColumnDefinition> &columns);

@@ -1,10 +1,18 @@
 #include "testsupport.h"
 
+#include "app/tessaro.h"
+#include "records/inputdataform.h"
 #include "storage/dbconnection.h"
 
+#include <QAbstractSpinBox>
+#include <QApplication>
 #include <QDir>
 #include <QFile>
+#include <QLineEdit>
 #include <QListWidget>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QtTest>
 
 RecordingMessageHandler::RecordingMessageHandler()
 {
@@ -131,4 +139,90 @@ bool writeFile(const QString &path, const QByteArray &content)
 {
     QFile f(path);
     return f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(content) == content.size();
+}
+
+Window::Window(const std::function<void(DbConnection &)> &prepare) : dbFile(folder.file("test.db"))
+{
+    if (prepare) {
+        DbConnection db;
+        db.openDb(dbFile);
+        prepare(db);
+    }
+    restart();
+}
+
+Window::~Window() = default;
+
+void Window::restart()
+{
+    w.reset();
+    rememberDb(dbFile);
+    w.reset(new Tessaro);
+    w->show();
+}
+
+DbConnection &Window::db() const
+{
+    return *w->connection();
+}
+
+QString Window::page() const
+{
+    return w->findChild<QStackedWidget *>("stPages")->currentWidget()->objectName();
+}
+
+void Window::click(const char *button) const
+{
+    w->findChild<QAbstractButton *>(button)->click();
+}
+
+inputDataForm *Window::editor(const QString &column) const
+{
+    for (inputDataForm *e : w->inputForms) {
+        if (e->columnName() == column)
+            return e;
+    }
+    return nullptr;
+}
+
+inputDataForm *Window::filterEditor(const QString &column) const
+{
+    for (inputDataForm *e : w->filterEditors()) {
+        if (e->columnName() == column)
+            return e;
+    }
+    return nullptr;
+}
+
+QWidget *Window::input(inputDataForm *editor) const
+{
+    for (const char *name : {"leData", "deData", "sbNum", "cboxData", "cbData"}) {
+        auto *control = editor->findChild<QWidget *>(name);
+        if (!control->isHidden())
+            return control;
+    }
+    return nullptr;
+}
+
+void Window::type(inputDataForm *editor, const QString &text) const
+{
+    QWidget *control = input(editor);
+    w->activateWindow();
+    control->setFocus();
+    QApplication::processEvents();
+    if (auto *box = qobject_cast<QAbstractSpinBox *>(control))
+        box->selectAll();
+    else if (auto *line = qobject_cast<QLineEdit *>(control))
+        line->selectAll();
+    QTest::keyClicks(control, text);
+}
+
+QStringList Window::rows(const QString &table) const
+{
+    return dumpTable(db(), table);
+}
+
+QStringList Window::items() const
+{
+    return itemTexts(w->findChild<QListWidget *>("userListWidget"));
 }

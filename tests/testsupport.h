@@ -8,8 +8,15 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+#include <functional>
+#include <memory>
+
+#include "app/tessaro.h"
+
 class DbConnection;
 class QListWidget;
+class QWidget;
+class inputDataForm;
 
 // Records every message, question and file choice, and answers them:
 // questions from a queue (then the default answer), file choices from queues.
@@ -71,5 +78,34 @@ QStringList itemTexts(const QListWidget *list);
 // A file's text, "<missing>" when there is none.
 QString readFile(const QString &path);
 bool writeFile(const QString &path, const QByteArray &content);
+
+// A main window started as a user starts it, on a database of its own in a
+// working folder of its own. prepare fills the database first, on a
+// connection of its own.
+struct Window {
+    TestFolder folder;
+    RecordingMessageHandler messages;
+    QString dbFile;
+    std::unique_ptr<Tessaro> w;
+
+    explicit Window(const std::function<void(DbConnection &)> &prepare = {});
+    ~Window();
+    // Closes the window and starts the program again on the same database.
+    void restart();
+    DbConnection &db() const;
+    template <class T = QWidget> T *child(const char *name) const { return w->findChild<T *>(name); }
+    // The object name of the page stPages shows.
+    QString page() const;
+    void click(const char *button) const;
+    // The editor of column on the record page, and on the filter page.
+    inputDataForm *editor(const QString &column) const;
+    inputDataForm *filterEditor(const QString &column) const;
+    // The control of an editor the user types into (line edit, date, number).
+    QWidget *input(inputDataForm *editor) const;
+    // Types text into an editor's control as a user does: focus, select all, keys.
+    void type(inputDataForm *editor, const QString &text) const;
+    QStringList rows(const QString &table) const;
+    QStringList items() const;
+};
 
 #endif // TESTSUPPORT_H

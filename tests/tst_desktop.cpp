@@ -1,5 +1,6 @@
 #include "app/qtitalian.h"
 #include "app/tessaro.h"
+#include "records/dateedit.h"
 #include "records/inputdataform.h"
 #include "storage/dbconnection.h"
 #include "storage/messagehandler.h"
@@ -101,7 +102,7 @@ void DesktopTest::keysFocusAndRequiredFields()
 
     QTest::keyClicks(s.w.focusWidget(), "Verdi");
     editors.at(2)->findChild<QLineEdit *>("leData")->setText("1.234,56");
-    editors.at(3)->findChild<QDateEdit *>("deData")->setDate(QDate(2000, 5, 1));
+    editors.at(3)->findChild<DateEdit *>("deData")->setDate(QDate(2000, 5, 1));
     s.key(Qt::Key_Return);
     QCOMPARE(s.page(), QString("userPage"));
     QCOMPARE(dumpTable(*s.db, "Clienti").last(),

@@ -1,3 +1,4 @@
+#include "records/dateedit.h"
 #include "records/inputdataform.h"
 #include "testsupport.h"
 
@@ -23,7 +24,7 @@ static void enter(inputDataForm &f, const QString &type, const QString &text)
     if (type == "BOOL")
         f.findChild<QCheckBox *>("cbData")->setChecked(text == "TRUE");
     else if (type == "DATE")
-        f.findChild<QDateEdit *>("deData")->setDate(QDate::fromString(text, "dd/MM/yyyy"));
+        f.findChild<DateEdit *>("deData")->setDate(QDate::fromString(text, "dd/MM/yyyy"));
     else if (type == "INTEGER")
         f.findChild<QSpinBox *>("sbNum")->setValue(text.toInt());
     else
@@ -48,7 +49,7 @@ void FieldEditorTest::valuePerType_data()
     QTest::newRow("money thousands") << "MONEY" << "" << "1.234,56" << "1234.560000" << false << "l";
     QTest::newRow("real millions") << "REAL" << "" << "-1.234.567,5" << "-1234567.500000" << false << "l";
     QTest::newRow("point after comma") << "MONEY" << "" << "1,234.56" << "0.000000" << true << "l";
-    QTest::newRow("points only") << "REAL" << "" << "1.234.567" << "0.000000" << true << "l";
+    QTest::newRow("two points") << "REAL" << "" << "1..5" << "0.000000" << true << "l";
     QTest::newRow("letters active") << "REAL" << "" << "abc" << "0.000000" << true << "l";
     QTest::newRow("letters inactive") << "REAL" << "abc" << QString() << "0.000000" << false << "l";
     QTest::newRow("string") << "STRING" << "" << "  l'anno   x " << "l''anno x" << false << "l";
@@ -60,6 +61,7 @@ void FieldEditorTest::valuePerType_data()
     QTest::newRow("bool") << "BOOL" << "TRUE" << QString() << "TRUE" << false << "c";
     QTest::newRow("bool lower case") << "BOOL" << "true" << QString() << "FALSE" << false << "c";
     QTest::newRow("integer letters") << "INTEGER" << "abc" << QString() << "0" << false << "s";
+    QTest::newRow("integer empty") << "INTEGER" << "" << QString() << "" << false << "s";
     QTest::newRow("image") << "IMAGE" << "a/b.png" << "typed" << "a/b.png" << false << "li";
     QTest::newRow("pdf") << "PDF" << "a/b.pdf" << "typed" << "a/b.pdf" << false << "lp";
     QTest::newRow("link") << "LINK" << "Altra" << "typed" << "Altra" << false << "";

@@ -1,0 +1,116 @@
+#include "records/dateedit.h"
+
+#include "app/resources.h"
+
+#include <QAction>
+#include <QCalendarWidget>
+#include <QKeyEvent>
+#include <QRegularExpression>
+#include <QRegularExpressionValidator>
+
+namespace {
+const char *const Format = "dd/MM/yyyy";
+}
+
+DateEdit::DateEdit(QWidget *parent) : QLineEdit(parent)
+{
+    // Digits and slashes only, in the shape of a date.
+    setValidator(new QRegularExpressionValidator(QRegularExpression("\\d{0,2}(/\\d{0,2}(/\\d{0,4})?)?"), this));
+    setPlaceholderText("gg/mm/aaaa");
+    QAction *open = addAction(tessaroIcon(":/calendarIcon"), QLineEdit::TrailingPosition);
+    open->setToolTip("Calendario");
+
+    calendar = new QCalendarWidget(this);
+    calendar->setWindowFlags(Qt::Popup);
+    calendar->setGridVisible(true);
+    calendar->hide();
+
+    connect(open, &QAction::triggered, this, &DateEdit::showCalendar);
+    connect(calendar, &QCalendarWidget::activated, this, [this](const QDate &chosen) {
+        calendar->hide();
+        setDate(chosen);
+        emit dateChanged(chosen);
+    });
+    connect(calendar, &QCalendarWidget::clicked, calendar, &QCalendarWidget::activated);
+    connect(this, &QLineEdit::textEdited, this, [this] { emit dateChanged(date()); });
+    connect(this, &QLineEdit::editingFinished, this, &DateEdit::tidy);
+}
+
+QDate DateEdit::readDate(const QString &text)
+{
+    static const QRegularExpression shape("^(\\d{1,2})/(\\d{1,2})/(\\d{2}|\\d{4})$");
+    const QRegularExpressionMatch match = shape.match(text.trimmed());
+    if (!match.hasMatch())
+        return QDate();
+    int year = match.captured(3).toInt();
+    if (match.captured(3).size() == 2) {
+        const int nearest = QDate::currentDate().year() + 10;
+        year += nearest / 100 * 100;
+        if (year > nearest)
+            year -= 100;
+    }
+    return QDate(year, match.captured(2).toInt(), match.captured(1).toInt());
+}
+
+void DateEdit::setDate(const QDate &date)
+{
+    setText(date.isValid() ? date.toString(Format) : QString());
+}
+
+QString DateEdit::dateText() const
+{
+    const QDate typed = date();
+    return typed.isValid() ? typed.toString(Format) : QString();
+}
+
+void DateEdit::showCalendar()
+{
+    const QDate shown = date().isValid() ? date() : QDate::currentDate();
+    calendar->setSelectedDate(shown);
+    calendar->setCurrentPage(shown.year(), shown.month());
+    calendar->adjustSize();
+    calendar->move(mapToGlobal(QPoint(0, height())));
+    calendar->show();
+    calendar->setFocus(Qt::PopupFocusReason);
+}
+
+void DateEdit::tidy()
+{
+    const QDate typed = date();
+    if (typed.isValid() && text() != typed.toString(Format))
+        setDate(typed);
+}
+
+void DateEdit::step(int days)
+{
+    // An empty editor starts from today.
+    const QDate stepped = date().isValid() ? date().addDays(days) : QDate::currentDate();
+    setDate(stepped);
+    emit dateChanged(stepped);
+}
+
+void DateEdit::keyPressEvent(QKeyEvent *event)
+{
+    if (event->modifiers() == Qt::NoModifier || event->modifiers() == Qt::KeypadModifier) {
+        if (event->key() == Qt::Key_Up || event->key() == Qt::Key_Down) {
+            if (!hasInvalidText())
+                step(event->key() == Qt::Key_Up ? 1 : -1);
+            return;
+        }
+        if (event->key() == Qt::Key_F4) {
+            showCalendar();
+            return;
+        }
+    }
+    if (event->key() == Qt::Key_Down && event->modifiers() == Qt::AltModifier) {
+        showCalendar();
+        return;
+    }
+    QLineEdit::keyPressEvent(event);
+}
+
+void DateEdit::focusOutEvent(QFocusEvent *event)
+{
+    QLineEdit::focusOutEvent(event);
+    tidy();
+}
