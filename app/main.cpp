@@ -1,3 +1,4 @@
+#include "app/commandline.h"
 #include "app/qtitalian.h"
 #include "app/resources.h"
 #include "app/stopsignalhandler.h"
@@ -5,9 +6,26 @@
 
 #include <QApplication>
 #include <QIcon>
+#include <QTextStream>
+#include <cstdio>
 
 int main(int argc, char *argv[])
 {
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+
+    // A verb runs on the core alone: no window toolkit, no display needed.
+    if (CommandLine::isCommand(arguments)) {
+        QCoreApplication app(argc, argv);
+        installQtItalian(&app);
+        QTextStream out(stdout), err(stderr);
+        const int status = CommandLine::run(arguments, out, err);
+        out.flush();
+        err.flush();
+        return status;
+    }
+
     QApplication app(argc, argv);
     installQtItalian(&app);
     loadTessaroResources();
@@ -16,7 +34,8 @@ int main(int argc, char *argv[])
     // Installed before the window takes the lock, so that a stop at any later
     // moment closes it normally.
     StopSignalHandler::install();
-    auto *window = new Tessaro;
+    // "tessaro FILE.db" opens that file (the desktop passes it so).
+    auto *window = new Tessaro(nullptr, arguments.value(0));
     window->show();
     const int code = app.exec();
     delete window;

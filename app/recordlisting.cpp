@@ -1,5 +1,6 @@
 #include "app/recordlisting.h"
 
+#include "storage/columnname.h"
 #include "storage/dbconnection.h"
 
 #include <algorithm>
@@ -133,16 +134,12 @@ bool RecordMap::textOf(int id, QString *text) const
 
 namespace {
 
-// The referenced record's value, by id, for a lookup column
-// ("X" + other table + "_XDTX_" + other column, maybe with a repeat suffix).
-ById<QString> readLookedUpTexts(DbConnection &db, const QString &listColumn, int expected,
+// The referenced record's value, by id, for a lookup column.
+ById<QString> readLookedUpTexts(DbConnection &db, const ColumnName &listColumn, int expected,
                                 const std::function<void()> &keepAlive)
 {
-    const QString reference = listColumn.mid(1);
-    const QString otherTable = reference.section("_XDTX_", 0, 0);
-    const QString otherColumn = reference.section("_XDTX_", 1).section("_XMLTYX_", 0, 0);
     ById<QString> texts(expected);
-    db.readValuesById(otherTable, otherColumn, [&](int id, const QVariant &value) {
+    db.readValuesById(listColumn.lookupTable(), listColumn.lookupColumn(), [&](int id, const QVariant &value) {
         // The first row of an id is the one a lookup by id finds.
         texts.insertFirst(id, value.toString());
         keepAlive();
@@ -159,11 +156,11 @@ RecordListing readRecordListing(DbConnection &db, const QString &table, int rowC
     RecordListing listing;
     listing.rowCount = rowCount;
     const QStringList names = db.getFieldNames(table);
-    const QString listColumn = names.value(1);
+    const ColumnName listColumn(names.value(1));
 
     // A lookup column shows the referenced record's value: the other table
     // is read once, before the rows, instead of once per row.
-    const bool lookup = listColumn.startsWith('X');
+    const bool lookup = listColumn.isLookup();
     ById<QString> lookedUp;
     if (lookup)
         lookedUp = readLookedUpTexts(db, listColumn, rowCount, [&] { progress(0, rowCount); });

@@ -4,27 +4,29 @@
 
 #include "dialogs/progressbarform.h"
 #include "records/outputdataform.h"
-#include "storage/messagehandler.h"
+#include "dialogs/messagehandler.h"
+#include "storage/columnname.h"
 #include "storage/namingscheme.h"
+#include "storage/tablename.h"
 
 #include <QSignalBlocker>
 #include <QSqlRecord>
 
 namespace {
 
-const char *const IdColumn = "RINTEGERFORMAT_Id";
-const char *const RepeatMarker = "_XMLTYX_";
+using Naming::RepeatMarker;
 
 // The title of a column in the record view: its field part with blanks for
 // underscores, after the name of the table a lookup column reads from; a
 // repeat marker is left for the display to take out. A column outside the
 // naming scheme is titled with its whole name.
-QString columnTitle(const QString &column)
+QString columnTitle(const ColumnName &column)
 {
-    const int format = column.indexOf("FORMAT_");
-    QString field = format >= 0 ? column.mid(format + 7) : column;
-    if (column.startsWith('X') && column.contains("_XDTX_") && format >= 0)
-        field = toDisplayTableName(column.mid(1).section("_XDTX_", 0, 0)) + "_" + field;
+    if (column.isForeign())
+        return column.name();
+    QString field = column.field();
+    if (column.isLookup())
+        field = TableName(column.lookupTable()).display() + "_" + field;
     const int marker = field.indexOf(RepeatMarker);
     if (marker < 0)
         return field.replace('_', ' ');
@@ -173,7 +175,7 @@ void Tessaro::changeToUsersPage()
         // Outside Advanced Mode a system table never becomes current: the
         // first table the list shows does, if there is one.
         for (const QString &name : qAsConst(tableNames)) {
-            if (!isSystemTable(name) && (showHidden || !name.contains("HIDDENTABLE_"))) {
+            if (!TableName(name).isSystem() && (showHidden || !TableName(name).isHidden())) {
                 currentTable = name;
                 break;
             }
@@ -345,7 +347,7 @@ void Tessaro::showRecordView(int id)
     const QSqlRecord record = db->getRecordById(currentTable, id);
 
     for (int i = 0; i < columns.size(); ++i) {
-        const QString &column = columns.at(i);
+        const ColumnName column(columns.at(i));
         auto *widget = new outputDataForm(ui->datiContents);
         outputWidgets << widget;
         connect(widget, &outputDataForm::goToList, this, &Tessaro::goToRequest);
@@ -354,42 +356,38 @@ void Tessaro::showRecordView(int id)
         widget->setSearchId(id);
 
         // The record's fields come in the order of the columns.
-        QVariant value = i < record.count() && record.fieldName(i) == column
+        QVariant value = i < record.count() && record.fieldName(i) == column.name()
                              ? record.value(i)
-                             : db->getFieldValue(currentTable, record, column);
-        const QString tag = typeTagOf(column);
-        if (column.startsWith('X')) {
-            // Lookup: show the referenced record's value and lead to that record.
-            const QString reference = column.mid(1);
-            const QString otherTable = reference.section("_XDTX_", 0, 0);
-            const QString otherColumn = reference.section("_XDTX_", 1).section(RepeatMarker, 0, 0);
+                             : db->getFieldValue(currentTable, record, column.name());
+        if (column.isLookup()) {
+            // Show the referenced record's value and lead to that record.
             const int otherId = value.toInt();
-            const QSqlRecord other = db->getRecordById(otherTable, otherId);
-            value = db->getFieldValue(otherTable, other, otherColumn);
-            widget->setReferenceTarget(otherTable, otherId);
-        } else if (tag == "LINKFORMAT") {
+            const QSqlRecord other = db->getRecordById(column.lookupTable(), otherId);
+            value = db->getFieldValue(column.lookupTable(), other, column.lookupColumn());
+            widget->setReferenceTarget(column.lookupTable(), otherId);
+        } else if (column.isLink()) {
             // A link column holds the name of the table it links to, and is
             // written back so whenever the record is shown and holds anything
             // else; a read-only session, and a table only browsed, write nothing.
-            const QString linked = fieldNameOf(column);
+            const QString linked = column.linkTable();
             if (!readOnly && db->isEditableTable(currentTable) && value.toString() != linked) {
                 QString stored = linked;
                 stored.replace("'", "''");
-                updateRecord(id, FieldValueList{FieldValue(IdColumn, QString::number(id)), FieldValue(column, stored)});
+                updateRecord(id, FieldValueList{FieldValue(Naming::IdColumn, QString::number(id)),
+                                                FieldValue(column.name(), stored)});
             }
             value = linked;
-        } else if (tag == "SUBTABLEFORMAT") {
-            QString owner = currentTable;
-            if (owner.startsWith("HIDDENTABLE_"))
-                owner = owner.mid(int(strlen("HIDDENTABLE_")));
-            widget->setSubTableParts(owner, value.toString());
+        } else if (column.isSubtable()) {
+            widget->setSubTableParts(TableName(currentTable).isHidden()
+                                         ? QString(currentTable).remove(0, int(strlen(Naming::HiddenMarker)))
+                                         : currentTable,
+                                     value.toString());
         }
 
         widget->setTitle(true, columnTitle(column));
-        widget->setData(tag, value);
+        widget->setData(column.typeTag(), value);
 
-        const QString field = fieldNameOf(column);
-        if ((field == "UserPath" || field == "Id") && !techMode) {
+        if (column.isProgramField() && !techMode) {
             widget->hide();
         } else {
             ui->datiLayout->addWidget(widget);

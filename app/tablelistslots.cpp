@@ -5,17 +5,18 @@
 
 #include "dialogs/listbuttonform.h"
 #include "dialogs/progressbarform.h"
-#include "storage/messagehandler.h"
+#include "dialogs/messagehandler.h"
 #include "storage/namingscheme.h"
+#include "storage/tablename.h"
 
 #include <QFile>
 #include <QSqlQuery>
 
 namespace {
-const char *const Settings = "settings";
-const char *const SettingsName = "RSTRINGFORMAT_tableName";
-const char *const SettingsIcon = "RSTRINGFORMAT_iconPath";
-const char *const IdColumn = "RINTEGERFORMAT_Id";
+using Naming::IdColumn;
+const char *const Settings = Naming::SettingsTable;
+const char *const SettingsName = Naming::SettingsNameColumn;
+const char *const SettingsIcon = Naming::SettingsIconColumn;
 } // namespace
 
 QIcon Tessaro::tableIcon(const QString &table)
@@ -33,7 +34,7 @@ QIcon Tessaro::tableIcon(const QString &table)
 
 void Tessaro::setTableHeader(const QString &table)
 {
-    ui->lbListName->setText(toDisplayTableName(table));
+    ui->lbListName->setText(TableName(table).display());
     ui->lbListIcon->setPixmap(tableIcon(table).pixmap(100, 50));
 }
 
@@ -55,9 +56,10 @@ void Tessaro::rebuildTableButtons()
 {
     discardTableButtons();
     for (const QString &name : qAsConst(tableNames)) {
-        if (isSystemTable(name) && !techMode)
+        const TableName table(name);
+        if (table.isSystem() && !techMode)
             continue;
-        if (name.contains("HIDDENTABLE_") && !showHidden)
+        if (table.isHidden() && !showHidden)
             continue;
         const QIcon icon = addTableButton(name);
         if (name == tableNames.first())
@@ -113,7 +115,7 @@ void Tessaro::administratorModeEnabled(bool on)
 
 void Tessaro::removeTable()
 {
-    const QString text = QString::asprintf("Eliminare %s?", toDisplayTableName(currentTable).toUtf8().constData());
+    const QString text = QString::asprintf("Eliminare %s?", TableName(currentTable).display().toUtf8().constData());
     if (MessageHandler::current()->question(text))
         dropCurrentTable(false);
 }
@@ -123,30 +125,24 @@ void Tessaro::dropCurrentTable(bool silent)
     const QString table = currentTable;
     if (!silent) {
         // Subtable configurations of the table's SUBTABLE fields go with it.
-        QString owner = table;
-        const int hidden = owner.indexOf("HIDDENTABLE_");
-        if (hidden >= 0)
-            owner = owner.mid(hidden + int(strlen("HIDDENTABLE_")));
         QStringList keys;
         for (const QString &column : db->getFieldNames(table)) {
-            if (column.contains("SUBTABLEFORMAT"))
-                keys << owner + column.section("SUBTABLEFORMAT", 1);
+            if (column.contains(Naming::SubtableTag))
+                keys << subtableConfigurationKey(table, column);
         }
         if (!keys.isEmpty()) {
             QList<int> doomed;
-            const int rows = db->countRecords("subtablesconfigs");
-            for (int i = 0; i < rows; ++i) {
-                const QSqlRecord row = db->getRecordAt("subtablesconfigs", i);
+            for (const QSqlRecord &row : db->getAllRecords(Naming::SubtableConfigsTable)) {
                 const QString name = row.value(1).toString();
                 for (const QString &key : qAsConst(keys)) {
-                    if (name.contains(key)) {
+                    if (belongsToSubtableKey(name, key)) {
                         doomed << row.value(0).toInt();
                         break;
                     }
                 }
             }
             for (int id : qAsConst(doomed))
-                db->deleteRecord("subtablesconfigs", id);
+                db->deleteRecord(Naming::SubtableConfigsTable, id);
         }
     }
 
@@ -210,7 +206,7 @@ void Tessaro::copyIconToDataFolder(const QString &file, QString *storedPath)
     const QString name = file.section('/', -1);
     // Never overwrites: a file of that name already there is kept.
     QFile::copy(file, QString::asprintf("%s/%s", dbDataPath.toUtf8().constData(), name.toUtf8().constData()));
-    *storedPath = QString::asprintf("%s/%s", "DB_DATA", name.toUtf8().constData());
+    *storedPath = QString::asprintf("%s/%s", Naming::DataFolder, name.toUtf8().constData());
 }
 
 void Tessaro::changeTableIcon()
@@ -220,18 +216,13 @@ void Tessaro::changeTableIcon()
     // A cancelled dialog still goes on and stores "DB_DATA/" as the icon path.
     QString stored;
     copyIconToDataFolder(file, &stored);
-    QString quotedPath = stored;
-    quotedPath.replace("'", "''");
-
     const QSqlRecord row = db->findRecord(Settings, SettingsName, currentTable);
     if (!row.isEmpty()) {
+        QString quotedPath = stored;
+        quotedPath.replace("'", "''");
         db->updateField(Settings, db->getFieldValue(Settings, row, IdColumn).toInt(), SettingsIcon, quotedPath);
     } else {
-        const int rows = db->countRecords(Settings);
-        FieldValueList fields;
-        fields << FieldValue(IdColumn, QString(QChar((rows + 1) % 256)))
-               << FieldValue(SettingsName, currentTable) << FieldValue(SettingsIcon, quotedPath);
-        insertRecord(Settings, fields, false);
+        addSettingsRow(currentTable, stored, QString(QChar((db->countRecords(Settings) + 1) % 256)));
     }
     rebuildTableButtons();
     listSavedFilters();
@@ -246,17 +237,28 @@ bool Tessaro::createNamedTable(const QString &table, const QList<ColumnDefinitio
 {
     if (db->tableExists(table)) {
         MessageHandler::current()->warning(QString::asprintf(
-            "ERRORE: Il nome '%s' è già stato usato per una tabella.\n", toDisplayTableName(table).toUtf8().constData()));
+            "ERRORE: Il nome '%s' è già stato usato per una tabella.\n", TableName(table).display().toUtf8().constData()));
         return false;
     }
     return db->createTable(table, columns);
 }
 
+void Tessaro::addSettingsRow(const QString &table, const QString &iconPath, const QString &idText)
+{
+    // Texts travel to the record writer with their apostrophes doubled.
+    QString quotedName = table, quotedPath = iconPath;
+    quotedName.replace("'", "''");
+    quotedPath.replace("'", "''");
+    insertRecord(Settings, {FieldValue(IdColumn, idText), FieldValue(SettingsName, quotedName),
+                            FieldValue(SettingsIcon, quotedPath)},
+                 false);
+}
+
 void Tessaro::ensureSystemTables()
 {
     const QList<QPair<QString, QList<ColumnDefinition>>> systemTables = {
-        {"settings", {{"RSTRINGFORMAT_tableName", "text"}, {"RSTRINGFORMAT_iconPath", "text"}}},
-        {"filters",
+        {Settings, {{SettingsName, "text"}, {SettingsIcon, "text"}}},
+        {Naming::FiltersTable,
          {{"RSTRINGFORMAT_filterName", "text"},
           {"NSTRINGFORMAT_filterTableName", "text"},
           {"NSTRINGFORMAT_filterFieldName", "text"},
@@ -264,7 +266,7 @@ void Tessaro::ensureSystemTables()
           {"NSTRINGFORMAT_filterFieldType", "text"},
           {"NSTRINGFORMAT_filterFieldCondition", "text"},
           {"NSTRINGFORMAT_filterFieldConditionAndOr", "text"}}},
-        {"subtablesconfigs",
+        {Naming::SubtableConfigsTable,
          {{"RSTRINGFORMAT_subConfigName", "text"},
           {"NSTRINGFORMAT_subConfigFieldName", "text"},
           {"NSTRINGFORMAT_subConfigFieldType", "text"}}},

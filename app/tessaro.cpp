@@ -8,8 +8,8 @@
 #include "dialogs/progressbarform.h"
 #include "records/inputdataform.h"
 #include "records/newtableelement.h"
-#include "storage/messagehandler.h"
-#include "storage/namingscheme.h"
+#include "dialogs/messagehandler.h"
+#include "storage/tablename.h"
 
 #include <QApplication>
 #include <QDir>
@@ -24,11 +24,9 @@
 
 namespace {
 const char *const WindowTitle = "DB Administration Tool";
-const char *const LastDbFile = "lastDb.dat";
-const char *const LockFile = "lockDb.dat";
 } // namespace
 
-Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
+Tessaro::Tessaro(QWidget *parent, const QString &startFile) : QMainWindow(parent), ui(new Ui::Tessaro)
 {
     loadTessaroResources();
     ui->setupUi(this);
@@ -249,13 +247,17 @@ Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
     aboutForm->setAutor("Gli sviluppatori di Tessaro");
 
     db = new DbConnection;
+    // The connection's failures and questions are the window's to show.
+    db->setFailureListener([](const QString &message) { MessageHandler::current()->warning(message); });
+    db->setAnswerer([](const QString &question) { return MessageHandler::current()->question(question); });
 
-    QFile last(LastDbFile);
-    if (last.open(QIODevice::ReadWrite | QIODevice::Text)) {
-        const QString line = QString::fromUtf8(last.readLine()).remove('\n');
-        last.close();
-        loadDb(line);
-    }
+    // A file given at start (opened from the desktop) is opened and
+    // remembered; otherwise the remembered one.
+    const QString remembered = Session::rememberedDb();
+    if (!startFile.isEmpty() && loadDb(startFile))
+        Session::rememberDb(startFile);
+    else
+        loadDb(remembered);
     // A remembered file that cannot be opened leaves the session on a private
     // temporary database, as on the very first start.
     if (!db->isOpen())
@@ -268,13 +270,7 @@ Tessaro::Tessaro(QWidget *parent) : QMainWindow(parent), ui(new Ui::Tessaro)
 Tessaro::~Tessaro()
 {
     // Only the instance that wrote the lock removes it.
-    if (ownsLock) {
-        QFile lock(LockFile);
-        if (lock.open(QIODevice::ReadWrite)) {
-            lock.close();
-            lock.remove();
-        }
-    }
+    session.releaseLock();
     discardTableButtons();
     discardFilterButtons();
     delete db;
@@ -312,11 +308,7 @@ void Tessaro::chooseAndOpenDb(bool create)
         dbPath = previous;
         return;
     }
-    QFile last(LastDbFile);
-    if (last.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        last.write(dbPath.toUtf8());
-        last.close();
-    }
+    Session::rememberDb(dbPath);
     refreshTableList(true);
 }
 
@@ -346,16 +338,15 @@ bool Tessaro::loadDb(const QString &path)
     ui->pbReturn->hide();
     ui->stPages->setCurrentWidget(ui->userPage);
 
-    const int slash = path.lastIndexOf('/');
+    const Session::Paths paths = Session::pathsOf(path);
     dbPath = path;
-    dbFolder = slash >= 1 ? path.left(slash) + "/" : QString();
+    dbFolder = paths.folder;
     ui->leDbName->setText(path);
-    dbFileName = path.mid(slash + 1);
+    dbFileName = paths.fileName;
     ui->pbDbName->setText(dbFileName);
-
-    tablesDocPath = dbFolder + "TABLES_DOC";
-    dbDataPath = dbFolder + "DB_DATA";
-    QDir().mkpath(tablesDocPath.isEmpty() ? QString("TABLES_DOC") : tablesDocPath);
+    tablesDocPath = paths.documents;
+    dbDataPath = paths.data;
+    QDir().mkpath(tablesDocPath);
     QDir().mkpath(dbDataPath);
 
     // A file that cannot be written keeps the session read-only while it is
@@ -374,18 +365,9 @@ bool Tessaro::loadDb(const QString &path)
 
 void Tessaro::refreshTableList(bool skipLockCheck)
 {
-    if (!skipLockCheck) {
-        QFile lock(LockFile);
-        if (lock.open(QIODevice::ReadWrite)) {
-            const QByteArray first = lock.readLine();
-            if (first.contains("Locked")) {
-                readOnlyByLock = true;
-                setReadOnly(true);
-            } else {
-                ownsLock = lock.write("Locked") > 0;
-            }
-            lock.close();
-        }
+    if (!skipLockCheck && session.takeLock() == Session::HeldByOther) {
+        readOnlyByLock = true;
+        setReadOnly(true);
     }
 
     const int loadsBefore = listLoads;
@@ -393,13 +375,14 @@ void Tessaro::refreshTableList(bool skipLockCheck)
 
     QString first;
     for (const QString &name : qAsConst(tableNames)) {
-        if (!isSystemTable(name) && !name.contains("HIDDENTABLE_")) {
+        const TableName table(name);
+        if (!table.isSystem() && !table.isHidden()) {
             first = name;
             break;
         }
     }
     currentTable = first;
-    ui->lbListName->setText(toDisplayTableName(currentTable));
+    ui->lbListName->setText(TableName(currentTable).display());
 
     // A read-only session works with the tables there are.
     if (!readOnly) {
@@ -465,15 +448,7 @@ void Tessaro::setReadOnly(bool on)
     }
     if (on) {
         // A file that cannot be written is the other reason.
-        notice->setText(
-            readOnlyByLock
-                ? QString::fromUtf8("<b>Sola lettura:</b> un'altra copia del programma sta usando questa cartella (%1). "
-                                    "Se nessun'altra copia è aperta, chiudere il programma, eliminare il file "
-                                    "\"lockDb.dat\" da quella cartella e riaprirlo.")
-                      .arg(QDir::toNativeSeparators(QDir::currentPath()).toHtmlEscaped())
-                : QString::fromUtf8("<b>Sola lettura:</b> il file del Db non si può modificare (permessi del file o "
-                                    "della sua cartella, o supporto di sola lettura). Per modificarlo, aprirne una "
-                                    "copia che si possa scrivere."));
+        notice->setText(Session::readOnlyNotice(readOnlyByLock ? Session::LockedByOther : Session::FileNotWritable));
         notice->setToolTip(notice->text());
     }
     if (notice)

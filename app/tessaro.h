@@ -2,6 +2,7 @@
 #define TESSARO_H
 
 #include "app/recordlisting.h"
+#include "app/session.h"
 #include "filters/recordfilter.h"
 #include "records/fieldvaluelist.h"
 #include "storage/dbconnection.h"
@@ -33,7 +34,8 @@ class Tessaro : public QMainWindow
     Q_OBJECT
 
 public:
-    explicit Tessaro(QWidget *parent = nullptr);
+    // Opens startFile, when given, instead of the remembered database.
+    explicit Tessaro(QWidget *parent = nullptr, const QString &startFile = QString());
     ~Tessaro() override;
 
     // Database session
@@ -67,6 +69,8 @@ public:
     // Enables the actions that work on the current table only while there is one.
     void updateTableActions();
     void copyIconToDataFolder(const QString &file, QString *storedPath);
+    // The settings row of a new table: its icon, under the id text given.
+    void addSettingsRow(const QString &table, const QString &iconPath, const QString &idText);
 
     // Record page (records/recordslots.cpp)
     int insertRecord(const QString &table, FieldValueList fields, bool importing);
@@ -223,7 +227,7 @@ private:
     Ui::Tessaro *ui;
     DbConnection *db = nullptr;
     bool readOnlyByLock = false; // another instance holds the lock: read-only for the whole run
-    bool ownsLock = false;       // this instance wrote the lock and removes it when it closes
+    Session session;             // removes the lock when this instance took it
     AboutForm *aboutForm = nullptr;
     chooseNameForm *nameForm = nullptr;
     progressBarForm *progress = nullptr;
@@ -277,10 +281,10 @@ public:
     bool importFailed = false;   // the last record file could not be opened
 private:
     QString exchangeFolder(const char *name) const;
-    // Writes one export file under the progress dialog; a file that cannot be
-    // written is reported and nothing else happens.
-    void writeExportFile(const QString &path, const QString &label, const QString &title,
-                         const std::function<void(QIODevice &, const std::function<void(int, int)> &)> &write);
+    // Writes one export file (an ExportKind) under the progress dialog; a
+    // file that cannot be written is told and nothing else happens.
+    void exportWithProgress(const QString &path, const QString &table, int kind, int id, const QString &label,
+                            const QString &title);
     QString pendingStructureFile; // waits for its table name in the name dialog
 };
 

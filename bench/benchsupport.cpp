@@ -60,7 +60,8 @@ void makeDatabase(const QString &path, int size)
                             {"NLONGSTRINGFORMAT_Note", "text"}});
     db.createTable(Cities, {{"RSTRINGFORMAT_Nome", "text"}, {"NSTRINGFORMAT_Provincia", "text"}});
 
-    QSqlDatabase connection = QSqlDatabase::database();
+    useBareDatabase(path);
+    QSqlDatabase connection = bareDatabase();
     connection.transaction();
     QSqlQuery city(connection);
     city.prepare("INSERT INTO Citta (RINTEGERFORMAT_Id, RSTRINGFORMAT_Nome, NSTRINGFORMAT_Provincia) VALUES (?, ?, ?)");
@@ -90,11 +91,31 @@ void makeDatabase(const QString &path, int size)
     connection.commit();
 }
 
+namespace {
+const char *const BareConnection = "tessaro_bench_bare";
+}
+
+void useBareDatabase(const QString &path)
+{
+    if (QSqlDatabase::contains(BareConnection)) {
+        QSqlDatabase::database(BareConnection).close();
+        QSqlDatabase::removeDatabase(BareConnection);
+    }
+    QSqlDatabase connection = QSqlDatabase::addDatabase("QSQLITE", BareConnection);
+    connection.setDatabaseName(path);
+    connection.open();
+}
+
+QSqlDatabase bareDatabase()
+{
+    return QSqlDatabase::database(BareConnection);
+}
+
 double bareSelect(const QString &table)
 {
     QElapsedTimer timer;
     timer.start();
-    QSqlQuery q(QSqlDatabase::database());
+    QSqlQuery q(bareDatabase());
     q.setForwardOnly(true);
     q.exec(QString("SELECT * FROM %1").arg(table));
     int rows = 0;

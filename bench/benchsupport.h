@@ -1,9 +1,10 @@
 #ifndef BENCHSUPPORT_H
 #define BENCHSUPPORT_H
 
-#include "storage/messagehandler.h"
+#include "dialogs/messagehandler.h"
 
 #include <QElapsedTimer>
+#include <QSqlDatabase>
 #include <QString>
 #include <functional>
 #include <vector>
@@ -60,7 +61,11 @@ void resetPeakMemory();
 double peakMemoryMb();
 
 void makeDatabase(const QString &path, int size);
-// SELECT * of table stepped to the end, on the default connection.
+// The bare baselines' own connection, on the database last named with
+// useBareDatabase: the program's work and SQLite's alone side by side.
+void useBareDatabase(const QString &path);
+QSqlDatabase bareDatabase();
+// SELECT * of table stepped to the end, on the bare connection.
 double bareSelect(const QString &table);
 
 // Prints "NAME X s, BASELINE Y s, ratio R, peak M MB".

@@ -21,7 +21,7 @@ double bareSum(const QStringList &columns)
         sums << QString("sum(%1)").arg(column);
     QElapsedTimer timer;
     timer.start();
-    QSqlQuery q(QSqlDatabase::database());
+    QSqlQuery q(bareDatabase());
     q.setForwardOnly(true);
     q.exec(QString("SELECT %1 FROM %2").arg(sums.join(", "), People));
     if (!q.next())

@@ -17,7 +17,7 @@ double bareInsert(const QVector<QVector<QVariant>> &rows)
 {
     QElapsedTimer timer;
     timer.start();
-    QSqlDatabase connection = QSqlDatabase::database();
+    QSqlDatabase connection = bareDatabase();
     connection.transaction();
     QSqlQuery insert(connection);
     QStringList marks;

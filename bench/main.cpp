@@ -87,6 +87,7 @@ int main(int argc, char **argv)
             context.folder = folder.filePath(QString("%1-%2").arg(operation.name).arg(size));
             QDir().mkpath(context.folder);
             window.loadDb(context.dbPath);
+            useBareDatabase(context.dbPath);
             QApplication::processEvents();
             silent.fileAnswer.clear();
             resetPeakMemory();

@@ -79,7 +79,7 @@ double bareRewrite()
 {
     QElapsedTimer timer;
     timer.start();
-    QSqlDatabase connection = QSqlDatabase::database();
+    QSqlDatabase connection = bareDatabase();
     QSqlQuery read(connection);
     read.exec(QString("SELECT * FROM %1 WHERE RINTEGERFORMAT_Id = 1").arg(Wide));
     read.next();

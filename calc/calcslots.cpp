@@ -5,8 +5,8 @@
 
 #include "calc/calcform.h"
 #include "calc/columnsums.h"
-#include "storage/messagehandler.h"
-#include "storage/namingscheme.h"
+#include "dialogs/messagehandler.h"
+#include "storage/columnname.h"
 
 void Tessaro::changeToCalcPage()
 {
@@ -25,7 +25,7 @@ void Tessaro::changeToCalcPage()
             continue;
         auto *row = new calcForm(ui->calcContents);
         row->setName(column);
-        row->setType(typeTagOf(column));
+        row->setType(ColumnName(column).typeTag());
         ui->calcLayout->addWidget(row);
         calcRows.append(row);
     }

@@ -14,7 +14,7 @@ enum SumSign { SumPlus = 0, SumMinus = 1, SumExclude = 2 };
 // Whether the calculator gives the column a row: integer columns, real
 // columns and money columns, tested on the whole coded name. An integer
 // column whose name contains the letters "Id" anywhere gets no row: that
-// leaves out the key column RINTEGERFORMAT_Id and, on purpose, any other
+// leaves out the key column RINTEGERFORMAT_Id and, deliberately, any other
 // integer column named with those letters.
 bool isSummedColumn(const QString &column);
 

@@ -5,11 +5,11 @@
 #include "dialogs/choosenameform.h"
 #include "dialogs/listbuttonform.h"
 #include "dialogs/progressbarform.h"
-#include "exchange/readableexport.h"
-#include "exchange/recordfile.h"
+#include "exchange/exportfile.h"
 #include "exchange/structurefile.h"
-#include "storage/messagehandler.h"
+#include "dialogs/messagehandler.h"
 #include "storage/namingscheme.h"
+#include "storage/tablename.h"
 
 #include <QDir>
 #include <QFile>
@@ -36,21 +36,18 @@ QString Tessaro::exchangeFolder(const char *name) const
     return folder;
 }
 
-void Tessaro::writeExportFile(const QString &path, const QString &label, const QString &title,
-                              const std::function<void(QIODevice &, const ExchangeProgress &)> &write)
+void Tessaro::exportWithProgress(const QString &path, const QString &table, int kind, int id, const QString &label,
+                                 const QString &title)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) {
-        MessageHandler::current()->warning(CannotWrite);
-        return;
-    }
     progress->setValue(0);
     progress->setLabel(label);
     progress->setWindowTitle(title);
     progress->show();
-    write(file, [this](int step, int total) { reportProgress(step, total); });
-    file.close();
+    const QString problem = writeExportFile(*db, path, table, ExportKind(kind), id,
+                                            [this](int step, int total) { reportProgress(step, total); });
     progress->hide();
+    if (!problem.isEmpty())
+        MessageHandler::current()->warning(problem);
 }
 
 void Tessaro::exportToFile()
@@ -63,8 +60,7 @@ void Tessaro::exportToFile()
 
 void Tessaro::exportingToFile(const QString &path, const QString &table)
 {
-    writeExportFile(path, "Esportazione " + table, "Esportazione ",
-                    [&](QIODevice &file, const ExchangeProgress &step) { writeTableRecords(*db, file, table, step); });
+    exportWithProgress(path, table, int(ExportKind::Records), 0, "Esportazione " + table, "Esportazione ");
 }
 
 void Tessaro::exportSingleToFile()
@@ -77,8 +73,7 @@ void Tessaro::exportSingleToFile()
 
 void Tessaro::exportingSingleToFile(const QString &path, const QString &table, int id)
 {
-    writeExportFile(path, "Esportazione " + table, "Importazione ",
-                    [&](QIODevice &file, const ExchangeProgress &step) { writeSingleRecord(*db, file, table, id, step); });
+    exportWithProgress(path, table, int(ExportKind::RecordOfTable), id, "Esportazione " + table, "Importazione ");
 }
 
 void Tessaro::autoExportAll()
@@ -121,19 +116,18 @@ void Tessaro::importingFile(const QString &path)
     if (refuseForeignTable(table))
         return;
 
+    // Records already present are skipped silently; a line that stops the
+    // import keeps the records read before it.
     progress->show();
-    showDuplicateError = false; // records already present are skipped silently
     const RecordFileImporter::Outcome outcome =
         importer.run([this](int step, int total) { reportProgress(step, total); });
-    showDuplicateError = true;
 
     if (outcome != RecordFileImporter::Imported)
         progress->hide();
     if (outcome == RecordFileImporter::Incompatible)
         messages->warning("ERRORE: Tabella Incompatibile!");
-    else if (outcome == RecordFileImporter::WriteFailed)
-        messages->warning(QString::asprintf("ERRORE: Impossibile aggiungere un elemento alla tabella %s!\n%s",
-                                            table.toUtf8().constData(), importer.errorText().toUtf8().constData()));
+    else if (outcome == RecordFileImporter::WriteFailed || outcome == RecordFileImporter::Refused)
+        messages->warning(importer.errorText());
     // The records read before a stop stay, and are listed; the progress dialog
     // stays up while the list is read again.
     if (outcome == RecordFileImporter::Imported || importer.importedCount() > 0)
@@ -154,15 +148,12 @@ void Tessaro::autoExportAllStructures()
 
 void Tessaro::exportingStructure(const QString &table, const QStringList &columns)
 {
-    QFile file(exchangeFolder(RecordFolder) + table + ".tsc");
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) {
-        MessageHandler::current()->warning("ERRORE: Impossibile esportare la Struttura Tabella!");
-        return;
-    }
+    Q_UNUSED(columns) // the table's own, read where the file is written
     progress->setLabel("Esportazione ");
     progress->setWindowTitle("Esportazione ");
-    writeStructure(*db, file, table, columns);
-    file.close();
+    const QString problem = writeExportFile(*db, exchangeFolder(RecordFolder) + table + ".tsc", table, ExportKind::Structure);
+    if (!problem.isEmpty())
+        MessageHandler::current()->warning(problem);
 }
 
 void Tessaro::importTableStructure()
@@ -226,15 +217,9 @@ void Tessaro::importingStructure(const QString &path, const QString &name)
     if (!db->createTable(name, structure.columns))
         return;
 
-    QString quotedName = name, iconPath = structure.iconPath;
-    quotedName.replace("'", "''");
-    iconPath.replace("'", "''");
-    insertRecord("settings",
-                 {FieldValue("RINTEGERFORMAT_Id", "0"), FieldValue("RSTRINGFORMAT_tableName", quotedName),
-                  FieldValue("RSTRINGFORMAT_iconPath", iconPath)},
-                 false);
+    addSettingsRow(name, structure.iconPath, "0");
     tableNames << name;
-    if (!name.contains("HIDDENTABLE_")) {
+    if (!TableName(name).isHidden()) {
         addTableButton(name);
     }
 }
@@ -249,8 +234,7 @@ void Tessaro::exportToFileHumanReading()
 
 void Tessaro::exportingToFileHumanReading(const QString &path, const QString &table)
 {
-    writeExportFile(path, "Exporting " + table, "Importazione ",
-                    [&](QIODevice &file, const ExchangeProgress &step) { writeReadableTable(*db, file, table, step); });
+    exportWithProgress(path, table, int(ExportKind::Text), 0, "Exporting " + table, "Importazione ");
 }
 
 void Tessaro::exportSingleToFileTxt()
@@ -263,6 +247,5 @@ void Tessaro::exportSingleToFileTxt()
 
 void Tessaro::exportingSingleToFileHumanReading(const QString &path, const QString &table, int id)
 {
-    writeExportFile(path, "Exporting " + table, "Importazione ",
-                    [&](QIODevice &file, const ExchangeProgress &step) { writeReadableRecord(*db, file, table, id, step); });
+    exportWithProgress(path, table, int(ExportKind::TextOfRecord), id, "Exporting " + table, "Importazione ");
 }

@@ -1,12 +1,13 @@
 #include "exchange/readableexport.h"
 
+#include "storage/columnname.h"
+#include "storage/namingscheme.h"
+
 #include <QHash>
 #include <QIODevice>
 #include <QTextStream>
 
 namespace {
-const char *const LookupMarker = "_XDTX_";
-const char *const RepeatMarker = "_XMLTYX_";
 
 // Values of the lookup columns of a table, by column position: the named
 // column of every record of the referenced table, by id.
@@ -14,14 +15,11 @@ QHash<int, QHash<int, QVariant>> lookupValues(DbConnection &db, const QStringLis
 {
     QHash<int, QHash<int, QVariant>> lookups;
     for (int j = 0; j < columns.size(); ++j) {
-        const QString &column = columns.at(j);
-        const int markerAt = column.indexOf(LookupMarker);
-        if (!column.startsWith('X') || markerAt < 0)
+        const ColumnName column(columns.at(j));
+        if (!column.isLookup())
             continue;
-        const QString other = column.mid(1, markerAt - 1);
-        const QString otherColumn = column.mid(markerAt + int(strlen(LookupMarker))).section(RepeatMarker, 0, 0);
         QHash<int, QVariant> &values = lookups[j];
-        db.readValuesById(other, otherColumn, [&values](int id, const QVariant &value) {
+        db.readValuesById(column.lookupTable(), column.lookupColumn(), [&values](int id, const QVariant &value) {
             if (!values.contains(id)) // the first row of an id is the one shown
                 values.insert(id, value);
         });
@@ -70,9 +68,8 @@ void writeReadable(DbConnection &db, QIODevice &device, const QString &table, co
 
 QString bareColumnName(const QString &column)
 {
-    const QString name = column.section(RepeatMarker, 0, 0);
-    const int at = name.indexOf("FORMAT_", 1);
-    return at < 0 ? name : name.mid(at + 7);
+    const ColumnName name(column);
+    return name.isForeign() ? column.section(Naming::RepeatMarker, 0, 0) : name.bareField();
 }
 
 void writeReadableTable(DbConnection &db, QIODevice &device, const QString &table, const ExchangeProgress &progress)

@@ -37,8 +37,9 @@ void writeSingleRecord(DbConnection &db, QIODevice &device, const QString &table
 class RecordFileImporter
 {
 public:
-    // NotSaved: the records could not be committed (already reported); none stay.
-    enum Outcome { Imported, CannotOpen, NoTable, Incompatible, WriteFailed, NotSaved };
+    // Refused: the table is not one the program writes to (errorText says so).
+    // NotSaved: the records could not be committed (already told); none stay.
+    enum Outcome { Imported, CannotOpen, NoTable, Incompatible, Refused, WriteFailed, NotSaved };
 
     explicit RecordFileImporter(DbConnection &db) : db(db) {}
 
@@ -51,18 +52,19 @@ public:
     // Number of "###" in the file: the progress total (two steps per pair).
     int totalSteps() const { return separators; }
 
-    // Imports every record line. NoTable when the named table does not exist.
-    Outcome run(const ExchangeProgress &progress = {});
+    // Imports every record line, in one transaction. NoTable when the named
+    // table does not exist. When a line stops the import, the records read
+    // before it are kept with keepReadRecords (the window's way), or taken
+    // back with the rest (the command line's).
+    Outcome run(const ExchangeProgress &progress = {}, bool keepReadRecords = true);
 
     int importedCount() const { return imported; }
     int skippedCount() const { return skipped; }
-    // The driver's text when a record could not be written.
+    // The message when the table refused the records or one could not be written.
     QString errorText() const { return error; }
 
 private:
-    struct TableState;
-    bool prepareTable(TableState &state);
-    bool importLine(TableState &state, const char *line, int length, int *pairs);
+    bool splitLine(const char *line, int length, int *pairs);
 
     DbConnection &db;
     QString table;
@@ -72,6 +74,8 @@ private:
     int imported = 0;
     int skipped = 0;
     QString error;
+    QList<QByteArray> columnBytes; // the table's column names in UTF-8
+    QVector<QByteArray> lineValues; // of the line being read, in the file's bytes
 };
 
 #endif // RECORDFILE_H

@@ -1,12 +1,15 @@
 #include "exchange/structurefile.h"
 
+#include "storage/columnname.h"
+#include "storage/namingscheme.h"
+
 #include <QIODevice>
 #include <QSqlRecord>
 #include <QTextCodec>
 #include <QTextStream>
 
 namespace {
-const char *const IdColumn = "RINTEGERFORMAT_Id";
+using Naming::IdColumn;
 const char *const Separator = "###";
 
 QStringList textLines(const QByteArray &bytes)
@@ -24,7 +27,7 @@ QStringList textLines(const QByteArray &bytes)
 // a plain type name; anything else would be SQL text taken from a file.
 QString sqlTypeFor(const QString &column, const QString &word)
 {
-    if (column.startsWith('X') && column.contains("_XDTX_"))
+    if (ColumnName(column).isLookup())
         return "Integer";
     static const QStringList plain = {"text", "integer", "real", "numeric", "blob"};
     const QString lower = word.trimmed().toLower();
@@ -35,8 +38,8 @@ QString sqlTypeFor(const QString &column, const QString &word)
 void writeStructure(DbConnection &db, QIODevice &device, const QString &table, const QStringList &columns)
 {
     QTextStream out(&device);
-    const QSqlRecord settings = db.findRecord("settings", "RSTRINGFORMAT_tableName", table);
-    out << db.getFieldValue("settings", settings, "RSTRINGFORMAT_iconPath").toString() << "\n";
+    const QSqlRecord settings = db.findRecord(Naming::SettingsTable, Naming::SettingsNameColumn, table);
+    out << db.getFieldValue(Naming::SettingsTable, settings, Naming::SettingsIconColumn).toString() << "\n";
     for (const QString &column : columns) {
         if (column != IdColumn)
             out << column << Separator << "text" << "\n";

@@ -10,13 +10,14 @@
 #include "records/inputdataform.h"
 #include "records/lookupchoices.h"
 #include "records/tabledesign.h"
-#include "storage/messagehandler.h"
+#include "dialogs/messagehandler.h"
+#include "storage/columnname.h"
 #include "storage/namingscheme.h"
+#include "storage/tablename.h"
 
 #include <QSignalBlocker>
 
 namespace {
-const char *const LookupMarker = "_XDTX_";
 const char *const SavingTitle = "Salvataggio in corso";
 
 bool anyActive(const QList<FilterCondition> &conditions)
@@ -42,36 +43,32 @@ void Tessaro::buildFilterPage()
     filterForms.clear();
     QHash<QString, QStringList> lookupItems; // other table -> combo items
 
-    for (const QString &column : db->getFieldNames(currentTable)) {
+    for (const QString &name : db->getFieldNames(currentTable)) {
+        const ColumnName column(name);
         auto *editor = new inputDataForm(ui->filterContents);
         filterForms << editor;
-
-        const QString rest = column.mid(1);
-        const int formatAt = rest.indexOf("FORMAT_");
-        const QString type = formatAt >= 0 ? rest.left(formatAt) : rest;
-        const QString field = formatAt >= 0 ? rest.mid(formatAt + int(strlen("FORMAT_"))) : QString();
-        editor->setTitle(true, formatAt >= 0 ? field : column);
-        editor->setColumnName(column);
+        editor->setTitle(true, column.isForeign() ? name : column.field());
+        editor->setColumnName(name);
         editor->setFilterMode(true);
 
-        if (column.startsWith('X')) {
+        if (column.isLookup()) {
             // Titled after the table it looks into, as the record view does;
             // "---", then "id first-field" for every record of that table.
-            const QString otherTable = rest.section(LookupMarker, 0, 0);
-            editor->setTitle(true, toDisplayTableName(otherTable) + "_" + field);
+            const QString otherTable = column.lookupTable();
+            editor->setTitle(true, TableName(otherTable).display() + "_" + column.field());
             if (!lookupItems.contains(otherTable))
                 lookupItems.insert(otherTable, lookupChoices(*db, otherTable));
-            editor->setValue(LookupMarker, QVariant());
+            editor->setValue(column.typeWord(), QVariant());
             editor->setComboBox(true, lookupItems.value(otherTable));
             editor->setComboIndex(0);
         } else {
-            editor->setValue(type, QVariant());
+            editor->setValue(column.typeWord(), QVariant());
         }
         editor->setActive();
 
         // Attachments and subtables cannot be filtered on; the id and the
         // record's folder are never tested.
-        if (type == "IMAGE" || type == "PDF" || type == "SUBTABLE" || field == "Id" || field == "UserPath")
+        if (column.isAttachment() || column.isSubtable() || column.isProgramField())
             editor->hide();
         else
             ui->filterLayout->addWidget(editor);
@@ -274,11 +271,11 @@ void Tessaro::applyLinkFilter(int id, const QString &previousTableName, const QS
 {
     // The lookups of this table into the one left behind: each must hold the
     // record left behind; any of them will do.
-    const QString lookupPrefix = "X" + previousTableName + LookupMarker;
     const QString key = QString::number(id);
     for (inputDataForm *editor : qAsConst(filterForms)) {
         editor->setActive();
-        if (!editor->columnName().startsWith(lookupPrefix))
+        const ColumnName column(editor->columnName());
+        if (!column.isLookup() || column.lookupTable() != previousTableName)
             continue;
         editor->setComboText(QString::asprintf("%d %s", id, title.toUtf8().constData()));
         if (editor->comboText().section(' ', 0, 0) != key)
@@ -336,7 +333,7 @@ void Tessaro::waitForName()
             value.replace("'", "''"); // the editor doubles apostrophes for text fields only
         // An editor that takes no part is kept as such, whatever button shows.
         const QString comparison = condition.active ? condition.comparison : QString("NoCondition");
-        insertRecord(FiltersTable,
+        insertRecord(Naming::FiltersTable,
                      savedFilterRowFields(name, i, currentTable, editor->columnName(), value, type, comparison,
                                           condition.joiner),
                      false);

@@ -1,13 +1,13 @@
 #include "filters/recordfilter.h"
 
 #include "records/typednumber.h"
+#include "storage/columnname.h"
 #include "storage/dbconnection.h"
 
 #include <QDate>
 
 namespace {
 const char *const DateFormat = "dd/MM/yyyy";
-const char *const LookupMarker = "_XDTX_";
 
 template <typename T>
 bool compare(RecordFilter::Test::Comparison comparison, const T &record, const T &filter)
@@ -60,7 +60,7 @@ RecordFilter::Test RecordFilter::prepare(const FilterCondition &condition, const
     } else if (t == "STRING" || t == "LONGSTRING" || t == "MAIL" || t == "URL") {
         test.kind = Test::Text;
         test.text = condition.text;
-    } else if (condition.column.contains(LookupMarker)) {
+    } else if (ColumnName(condition.column).isLookup()) {
         // A lookup holds the referenced record's id: it is compared with the
         // key of the item chosen on the page.
         test.kind = Test::Integer;
@@ -106,28 +106,16 @@ bool conditionPasses(const FilterCondition &condition, const QString &typeWord, 
     return RecordFilter::prepare(condition, typeWord).passes(recordText);
 }
 
-void splitColumnForFilter(const QString &column, QString *typeWord, QString *fieldName)
-{
-    if (column.startsWith('X')) {
-        *typeWord = LookupMarker;
-        const QString looked = column.section(LookupMarker, 1);
-        const int format = looked.indexOf("FORMAT_");
-        *fieldName = (format >= 0 ? looked.mid(format + 7) : looked).section("_XMLTYX_", 0, 0);
-        return;
-    }
-    const QString rest = column.mid(1);
-    const int format = rest.indexOf("FORMAT_");
-    *typeWord = format >= 0 ? rest.left(format) : rest;
-    *fieldName = format >= 0 ? rest.mid(format + 7) : QString();
-}
-
 RecordFilter::RecordFilter(const QList<FilterCondition> &conditions, const QStringList &columns)
 {
     for (const QString &column : columns) {
-        QString typeWord, field;
-        splitColumnForFilter(column, &typeWord, &field);
+        // The id and the record's folder are never tested, nor a lookup
+        // showing one of them.
+        const ColumnName name(column);
+        const QString field = name.bareField();
         if (field == "UserPath" || field == "Id")
             continue;
+        const QString &typeWord = name.typeWord();
         for (const FilterCondition &condition : conditions) {
             if (!condition.active || condition.column != column)
                 continue;

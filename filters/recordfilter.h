@@ -33,12 +33,6 @@ struct FilterCondition {
 // image, PDF, subtable and link columns never exclude a record.
 bool conditionPasses(const FilterCondition &condition, const QString &typeWord, const QString &recordText);
 
-// Type word and field name of a column as the record test sees them: the
-// name less its flag letter, cut at the first "FORMAT_". A lookup column
-// (first letter "X") gets the type word "_XDTX_" and the field name of the
-// column it looks up.
-void splitColumnForFilter(const QString &column, QString *typeWord, QString *fieldName);
-
 // The record test of one table: the active conditions, taken in the table's
 // column order (and in page order within a column), joined strictly left to
 // right with no precedence: A Or B And C is (A Or B) And C. The joiner of the

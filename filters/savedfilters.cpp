@@ -1,12 +1,12 @@
 #include "filters/savedfilters.h"
 
 #include "storage/dbconnection.h"
-
-const char *const FiltersTable = "filters";
-const char *const SavedFilterMarker = "_XFLTRX_";
+#include "storage/namingscheme.h"
 
 namespace {
-const char *const IdColumn = "RINTEGERFORMAT_Id";
+using Naming::FiltersTable;
+using Naming::IdColumn;
+using Naming::SavedFilterMarker;
 const char *const NameColumn = "RSTRINGFORMAT_filterName";
 const char *const TableColumn = "NSTRINGFORMAT_filterTableName";
 const char *const FieldColumn = "NSTRINGFORMAT_filterFieldName";

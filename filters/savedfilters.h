@@ -12,8 +12,6 @@ class DbConnection;
 // A saved filter is kept in the system table "filters", one row per editor of
 // the filter page, in page order. Row 0 carries the filter's name and is its
 // head row; row i carries the name, "_XFLTRX_" and i.
-extern const char *const FiltersTable;
-extern const char *const SavedFilterMarker;
 
 struct SavedFilterRow {
     int id = 0;

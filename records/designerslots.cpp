@@ -6,13 +6,11 @@
 #include "dialogs/listbuttonform.h"
 #include "records/newtableelement.h"
 #include "records/tabledesign.h"
-#include "storage/messagehandler.h"
+#include "dialogs/messagehandler.h"
+#include "storage/columnname.h"
 #include "storage/namingscheme.h"
+#include "storage/tablename.h"
 
-namespace {
-const char *const IdColumn = "RINTEGERFORMAT_Id";
-const char *const HiddenMarker = "HIDDENTABLE_";
-} // namespace
 
 void Tessaro::clearTableDesigner()
 {
@@ -45,7 +43,7 @@ void Tessaro::newTable()
 
 void Tessaro::addField()
 {
-    ui->leTableName->setText(toDisplayTableName(currentTable));
+    ui->leTableName->setText(TableName(currentTable).display());
     ui->leTableName->setEnabled(false);
     ui->cbHiddenTable->hide();
     ui->cbHiddenTable->setChecked(false);
@@ -71,7 +69,9 @@ void Tessaro::changeElementSelectedTable(newTableElement *element, const QString
     QStringList fields;
     if (!table.isEmpty()) {
         for (const QString &column : db->getFieldNames(table)) {
-            if (column != IdColumn && !column.contains("SUBTABLEFORMAT") && !column.contains("_XDTX_"))
+            // Neither the id, nor a subtable, nor a lookup can be looked up.
+            const ColumnName name(column);
+            if (!name.isId() && !name.isSubtable() && !name.isLookup())
                 fields << column;
         }
     }
@@ -108,12 +108,12 @@ void Tessaro::acceptedNewTable()
     }
     name.replace(' ', '_');
     if (ui->cbHiddenTable->isChecked())
-        name.prepend(HiddenMarker);
+        name.prepend(Naming::HiddenMarker);
 
     // With the name field locked the page adds fields to the current table;
     // a typed name is checked, and so is every field name, before anything is written.
     const bool addingFields = !ui->leTableName->isEnabled();
-    if (addingFields && !currentTable.isEmpty() && typed == toDisplayTableName(currentTable)
+    if (addingFields && !currentTable.isEmpty() && typed == TableName(currentTable).display()
         && db->tableExists(currentTable)) {
         name = currentTable;
     } else {
@@ -150,7 +150,7 @@ void Tessaro::acceptedNewTable()
     for (const QString &existing : db->getTables()) {
         if (existing.compare(name, Qt::CaseInsensitive) == 0) {
             messages->warning(QString::asprintf("ERRORE: Il nome '%s' è già stato usato per una tabella.\n",
-                                                toDisplayTableName(name).toUtf8().constData()));
+                                                TableName(name).display().toUtf8().constData()));
             return;
         }
     }
@@ -163,17 +163,11 @@ void Tessaro::acceptedNewTable()
 
     // The Id text is a single character, which insertRecord does not read as
     // a number: the database gives the row the next free id.
-    QString iconPath = ui->leIconData->text();
-    iconPath.replace("'", "''");
-    const int rowCount = db->countRecords("settings");
-    FieldValueList settingsRow;
-    settingsRow << FieldValue(IdColumn, QString(QChar((rowCount + 1) % 256)))
-                << FieldValue("RSTRINGFORMAT_tableName", name) << FieldValue("RSTRINGFORMAT_iconPath", iconPath);
-    insertRecord("settings", settingsRow, false);
+    addSettingsRow(name, ui->leIconData->text(), QString(QChar((db->countRecords(Naming::SettingsTable) + 1) % 256)));
 
     clearTableDesigner();
     tableNames << name;
-    if (!name.contains(HiddenMarker) || showHidden) {
+    if (!TableName(name).isHidden() || showHidden) {
         addTableButton(name);
     }
     changeToUsersPage();

@@ -2,7 +2,7 @@
 #include "ui_imagebox.h"
 
 #include "app/resources.h"
-#include "storage/messagehandler.h"
+#include "dialogs/messagehandler.h"
 
 #include <QDir>
 #include <QFile>

@@ -2,16 +2,17 @@
 #include "ui_inputdataform.h"
 
 #include "app/resources.h"
+#include "storage/namingscheme.h"
 #include "records/imagebox.h"
 #include "records/typednumber.h"
 #include "records/wheelguard.h"
-#include "storage/messagehandler.h"
+#include "dialogs/messagehandler.h"
 
 #include <limits>
 
 namespace {
-const char *const RepeatMarker = "_XMLTYX_";
-const char *const LookupWord = "_XDTX_";
+using Naming::RepeatMarker;
+const char *const LookupWord = Naming::LookupMarker;
 const char *const InvalidNumber = "ERRORE: Valore numerico non valido";
 } // namespace
 

@@ -4,15 +4,15 @@
 #include "app/resources.h"
 #include "records/wheelguard.h"
 #include "storage/namingscheme.h"
+#include "storage/tablename.h"
 
 namespace {
-const char *const LinkTag = "LINKFORMAT";
+const char *const LinkTag = Naming::LinkTag;
 } // namespace
 
 QStringList newTableElement::typeTags()
 {
-    return {"STRINGFORMAT", "DATEFORMAT",  "INTEGERFORMAT", "REALFORMAT", "MONEYFORMAT", "IMAGEFORMAT",
-            "PDFFORMAT",    "BOOLFORMAT",  "MAILFORMAT",    "LINKFORMAT", "URLFORMAT",   "SUBTABLEFORMAT"};
+    return designerTypeTags();
 }
 
 newTableElement::newTableElement(QWidget *parent) : QWidget(parent), ui(new Ui::newTableElement)
@@ -48,11 +48,12 @@ void newTableElement::setTableList(const QStringList &internalNames)
     ui->cbExistList->clear();
     ui->cbExistList2->clear();
     for (const QString &name : internalNames) {
-        if (isSystemTable(name))
+        const TableName table(name);
+        if (table.isSystem())
             continue;
-        ui->cbExistList2->addItem(toDisplayTableName(name), name);
+        ui->cbExistList2->addItem(table.display(), name);
         // Added last: the first item reports the chosen table.
-        ui->cbExistList->addItem(toDisplayTableName(name), name);
+        ui->cbExistList->addItem(table.display(), name);
     }
     changeFieldType(ui->cbType->currentText());
 }
@@ -81,7 +82,7 @@ ColumnDefinition newTableElement::columnDefinition() const
         const QString column = ui->cbExistField->currentText();
         if (table.isEmpty() || column.isEmpty())
             return {};
-        return {"X" + table + "_XDTX_" + column, "Integer"};
+        return {"X" + table + Naming::LookupMarker + column, "Integer"};
     }
 
     const int type = ui->cbType->currentIndex();
@@ -123,7 +124,7 @@ void newTableElement::changeSelectedTable(const QString &table)
 {
     // The combo shows display names; the row reports the internal one.
     const int index = ui->cbExistList->findText(table, Qt::MatchExactly | Qt::MatchCaseSensitive);
-    const QString internal = index >= 0 ? ui->cbExistList->itemData(index).toString() : toInternalTableName(table);
+    const QString internal = index >= 0 ? ui->cbExistList->itemData(index).toString() : TableName::fromDisplay(table).internal();
     emit changeTable(this, internal);
 }
 

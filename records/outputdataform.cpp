@@ -2,6 +2,7 @@
 #include "ui_outputdataform.h"
 
 #include "app/resources.h"
+#include "storage/namingscheme.h"
 
 #include <QDesktopServices>
 #include <QPixmap>
@@ -9,7 +10,7 @@
 #include <cstring>
 
 namespace {
-const char *const RepeatMarker = "_XMLTYX_";
+using Naming::RepeatMarker;
 }
 
 outputDataForm::outputDataForm(QWidget *parent) : QWidget(parent), ui(new Ui::outputDataForm)
@@ -182,8 +183,9 @@ QString outputDataForm::subTableName() const
 {
     const QByteArray owner = subTableOwner.toUtf8(), field = titleText.toUtf8(),
                      configuration = subTableConfiguration.toUtf8();
-    QString name = QString::asprintf("%s%s%s%s_%s%s%s", "HIDDENTABLE_", owner.constData(), "_XSBTX_",
-                                     "SUBTABLEFORMAT", field.constData(), "_XSBTUSRX_", configuration.constData());
+    QString name = QString::asprintf("%s%s%s%s_%s%s%s", Naming::HiddenMarker, owner.constData(), Naming::SubtableMarker,
+                                     Naming::SubtableTag, field.constData(), Naming::SubtableUserMarker,
+                                     configuration.constData());
     return name.simplified().replace(' ', '_');
 }
 

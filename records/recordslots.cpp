@@ -2,18 +2,16 @@
 #include "app/tessaro.h"
 #include "ui_tessaro.h"
 
+#include "dialogs/messagehandler.h"
 #include "records/inputdataform.h"
 #include "records/lookupchoices.h"
-#include "storage/messagehandler.h"
-#include "storage/namingscheme.h"
+#include "records/recordwriter.h"
+#include "storage/columnname.h"
+#include "storage/tablename.h"
 
 #include <QHash>
 
 namespace {
-const char *const IdColumn = "RINTEGERFORMAT_Id";
-const char *const UserPathColumn = "NLONGSTRINGFORMAT_UserPath";
-const char *const LookupMarker = "_XDTX_";
-const char *const RepeatMarker = "_XMLTYX_";
 
 QByteArray u8(const QString &text)
 {
@@ -35,11 +33,10 @@ void focusFirstField(const QList<inputDataForm *> &editors, const QLayout *page)
 // is such a table.
 bool Tessaro::refuseForeignTable(const QString &table)
 {
-    if (!db->tableExists(table) || db->isEditableTable(table))
+    const QString refusal = RecordWriter::foreignTableRefusal(*db, table);
+    if (refusal.isEmpty())
         return false;
-    MessageHandler::current()->warning(QString::asprintf(
-        "ERRORE: La Tabella %s non segue lo schema di questo programma: i suoi Record si possono solo consultare!\n",
-        u8(toDisplayTableName(table)).constData()));
+    MessageHandler::current()->warning(refusal);
     return true;
 }
 
@@ -90,61 +87,55 @@ void Tessaro::buildRecordPage(int id, bool newPage)
     // The page is laid out once, when it is shown again at the end.
     ui->inputContents->setVisible(false);
     for (int i = 0; i < columns.size(); ++i) {
-        const QString &column = columns.at(i);
+        const ColumnName column(columns.at(i));
         auto *editor = new inputDataForm(ui->inputContents);
         // Every column gets an editor, shown or not, so that the editors and
         // the columns stay parallel.
         inputForms << editor;
 
-        const QString rest = column.mid(1);
-        const int formatAt = rest.indexOf("FORMAT_");
-        const QString type = formatAt >= 0 ? rest.left(formatAt) : rest;
-        const QString field = formatAt >= 0 ? rest.mid(formatAt + int(strlen("FORMAT_"))) : QString();
         // The record's fields come in the order of the columns.
-        QVariant value = i < record.count() && record.fieldName(i) == column
+        QVariant value = i < record.count() && record.fieldName(i) == column.name()
                              ? record.value(i)
-                             : db->getFieldValue(currentTable, record, column);
+                             : db->getFieldValue(currentTable, record, column.name());
 
         // A column of a foreign database, named outside the scheme, is titled
         // by its whole name.
-        editor->setTitle(true, formatAt >= 0 ? field : column);
-        editor->setColumnName(column);
-        editor->setRequired(column.startsWith('R'));
+        editor->setTitle(true, column.isForeign() ? column.name() : column.field());
+        editor->setColumnName(column.name());
+        editor->setRequired(column.isRequired());
 
-        // A link column always holds the name of the table it links to.
-        if (type.contains("LINK"))
-            value = fieldNameOf(column);
-
-        if (column.startsWith('X')) {
-            const int markerAt = rest.indexOf(LookupMarker);
-            const QString otherTable = markerAt >= 0 ? rest.left(markerAt) : rest;
+        if (column.isLookup()) {
+            const QString otherTable = column.lookupTable();
             if (!lookupItems.contains(otherTable))
                 lookupItems.insert(otherTable, lookupChoices(*db, otherTable));
-            editor->setValue(LookupMarker, value);
+            editor->setValue(column.typeWord(), value);
             editor->setComboBox(true, lookupItems.value(otherTable));
             editor->selectLookupItem(value.toString());
             ui->inputLayout->addWidget(editor);
             continue;
         }
-        if (type == "SUBTABLE" || (newPage && (type == "IMAGE" || type == "PDF"))) {
+        if (column.isSubtable() || (newPage && column.isAttachment())) {
             editor->hide();
             continue;
         }
 
-        editor->setValue(type, value);
-        if (type == "LINK") {
+        // A link column always holds the name of the table it links to.
+        if (column.isLink())
+            value = column.linkTable();
+        editor->setValue(column.typeWord(), value);
+        if (column.isLink()) {
             // The editor shows nothing for a link; the page shows the linked
             // table's name, which is what saving writes.
             editor->setLineEdit(true, value.toString());
             editor->setLineEditReadOnly(true);
         }
-        if (field == "UserPath")
+        if (column.isUserPath())
             userPath = value.toString();
-        if ((field != "UserPath" && field != "Id") || techMode)
+        if (!column.isProgramField() || techMode)
             ui->inputLayout->addWidget(editor);
         else
             editor->hide();
-        if (type == "IMAGE" || type == "PDF") {
+        if (column.isAttachment()) {
             editor->setUserPath(userPath);
             editor->setDbFolder(dbFolder);
         }
@@ -183,7 +174,7 @@ void Tessaro::newRecord()
         // editor makes of it (a date written in another form, say). A number
         // or a date left empty is empty, whatever its editor would write.
         const bool storedFilled = kept && i < stored.count() && !stored.value(i).toString().isEmpty();
-        if (i > 0 && column.startsWith('R') && editor->isEmptyInput() && !storedFilled)
+        if (i > 0 && ColumnName(column).isRequired() && editor->isEmptyInput() && !storedFilled)
             missing = editor; // the last one missing is reported
     }
 
@@ -223,30 +214,23 @@ void Tessaro::deleteUser()
     if (readOnly || refuseForeignTable(currentTable))
         return;
     // Records of other tables that look this one up are named in the
-    // question; they lose the reference with it, so that a record added
-    // later under the same id is never taken for this one.
+    // question; they lose the reference with it.
     const QList<DbConnection::Reference> references = db->referencesTo(currentTable, currentId);
     QString question = "Eliminare questo elemento?";
     if (!references.isEmpty()) {
         QStringList users;
         for (const DbConnection::Reference &reference : references)
             users << QString::asprintf("%d Record di %s", reference.records,
-                                       u8(toDisplayTableName(reference.table)).constData());
+                                       u8(TableName(reference.table).display()).constData());
         const QString last = users.takeLast();
         question += QString::fromUtf8(" È usato da ") + (users.isEmpty() ? last : users.join(", ") + " e " + last) + ".";
     }
     if (!MessageHandler::current()->question(question))
         return;
     // The record's folder of attachments and its subtables stay where they are.
-    // A delete the database refuses has been reported; the record stays shown.
-    const bool atomic = db->beginTransaction();
-    bool done = true;
-    for (const DbConnection::Reference &reference : references)
-        done = done && db->clearReferences(reference.table, reference.column, currentId);
-    done = done && db->deleteRecord(currentTable, currentId);
-    if (atomic && !done)
-        db->rollbackTransaction();
-    if (!done || (atomic && !db->commitTransaction()))
+    // A delete the database refuses has been told; the record stays shown.
+    RecordWriter writer(*db);
+    if (!writer.remove(currentTable, currentId))
         return;
     changeToUsersPage();
     if (ui->userListWidget->count() > 0) {
@@ -263,7 +247,7 @@ void Tessaro::clearTable()
     if (readOnly || refuseForeignTable(currentTable))
         return;
     if (!MessageHandler::current()->question(QString::asprintf(
-            "Eliminare tutti gli elementi di %s?", u8(toDisplayTableName(currentTable)).constData())))
+            "Eliminare tutti gli elementi di %s?", u8(TableName(currentTable).display()).constData())))
         return;
     db->clearTable(currentTable);
     changeTable(currentTable);
@@ -278,7 +262,7 @@ void Tessaro::clearAllTables()
     // made by other tools, which are only browsed.
     bool cleared = false;
     for (const QString &table : qAsConst(tableNames)) {
-        if (isSystemTable(table) || !db->isEditableTable(table))
+        if (TableName(table).isSystem() || !db->isEditableTable(table))
             continue;
         db->clearTable(table);
         cleared = true;
@@ -289,96 +273,20 @@ void Tessaro::clearAllTables()
 
 int Tessaro::insertRecord(const QString &table, FieldValueList fields, bool importing)
 {
-    if (refuseForeignTable(table))
-        return -1;
-    // The first data column identifies a record: no two may share it.
-    if (fields.size() >= 2 && db->nameInFirstColumn(table, fields.at(1).second)) {
-        if (showDuplicateError)
-            MessageHandler::current()->warning(QString::asprintf(
-                "ERRORE: L'identificativo '%s' esiste già nella tabella %s.\n", fields.at(1).second.toUtf8().constData(),
-                toDisplayTableName(table).toUtf8().constData()));
-        return -1;
-    }
-
-    int requestedId = 0;
-    bool hasId = false;
-    for (const FieldValue &field : qAsConst(fields)) {
-        if (field.first == IdColumn) {
-            requestedId = field.second.toInt(nullptr, 10);
-            hasId = true;
-            break;
-        }
-    }
-    if (!hasId)
-        fields.prepend(FieldValue(IdColumn, "0"));
-
-    // The record is written whole or not at all: a write that fails (a
-    // trigger, a constraint, a full disk) has told the user why and takes
-    // every earlier one back.
-    const bool atomic = db->beginTransaction();
-    const auto fail = [this, atomic] {
-        if (atomic)
-            db->rollbackTransaction();
-        return -1;
-    };
-    const int id = db->insertEmptyRecord(table, importing, requestedId);
-    if (id < 0)
-        return fail();
-    if (fields.size() < 2)
-        return atomic && !db->commitTransaction() ? -1 : id;
-
-    // The record's own folder for attachments, named after its identifier.
-    bool hasUserPath = false;
-    for (int i = 1; i < fields.size(); ++i)
-        hasUserPath = hasUserPath || fields.at(i).first == UserPathColumn;
-    if (hasUserPath) {
-        const FieldValue &first = fields.at(1);
-        QString composed;
-        if (first.first.startsWith('X')) {
-            const QString lookup = first.first.mid(1);
-            const int markerAt = lookup.indexOf(LookupMarker);
-            const QString otherTable = lookup.left(markerAt);
-            const QString otherColumn =
-                lookup.mid(markerAt + int(strlen(LookupMarker))).section(RepeatMarker, 0, 0);
-            const QSqlRecord other = db->getRecordById(otherTable, first.second.toInt());
-            composed = table + "_" + db->getFieldValue(otherTable, other, otherColumn).toString();
-        } else {
-            composed = table + "_" + first.second;
-            composed.replace(' ', '_');
-        }
-        if (!db->updateField(table, id, UserPathColumn, tableFolderPath("TABLES_DOC", composed)))
-            return fail();
-    }
-
-    for (int i = 1; i < fields.size(); ++i) {
-        if (fields.at(i).first != UserPathColumn && !db->updateField(table, id, fields.at(i).first, fields.at(i).second))
-            return fail();
-    }
-    return atomic && !db->commitTransaction() ? -1 : id;
+    RecordWriter writer(*db);
+    const int id = writer.insert(table, fields, importing);
+    // During a file import a record whose identifier is taken is skipped silently.
+    if (id < 0 && !writer.refusal().isEmpty() && (showDuplicateError || !writer.refusedAsDuplicate()))
+        MessageHandler::current()->warning(writer.refusal());
+    return id;
 }
 
 bool Tessaro::updateRecord(int id, const FieldValueList &fields)
 {
-    if (refuseForeignTable(currentTable))
-        return false;
-    if (!db->idExists(currentTable, id)) {
-        MessageHandler::current()->warning(QString::asprintf("L'Id %d non è valido!", id));
-        return false;
-    }
-    // Written whole or not at all: the first write that fails takes back the others.
-    const bool atomic = db->beginTransaction();
-    const auto fail = [this, atomic] {
-        if (atomic)
-            db->rollbackTransaction();
-        return false;
-    };
-    for (int i = 1; i < fields.size(); ++i) {
-        if (!db->updateField(currentTable, id, fields.at(i).first, fields.at(i).second))
-            return fail();
-    }
-    // A changed id is applied last, after every other column was written under the old one.
-    if (techMode && !fields.isEmpty() && fields.at(0).second.toInt(nullptr, 10) != id
-        && !db->updateField(currentTable, id, fields.at(0).first, fields.at(0).second))
-        return fail();
-    return !atomic || db->commitTransaction();
+    RecordWriter writer(*db);
+    if (writer.update(currentTable, id, fields, techMode))
+        return true;
+    if (!writer.refusal().isEmpty())
+        MessageHandler::current()->warning(writer.refusal());
+    return false;
 }

@@ -1,12 +1,13 @@
 #include "records/tabledesign.h"
 
+#include "storage/columnname.h"
 #include "storage/namingscheme.h"
 
 #include <QStringList>
 
 namespace {
 
-const char *const UserPathColumn = "NLONGSTRINGFORMAT_UserPath";
+using Naming::UserPathColumn;
 
 QString utf8Format(const char *format, const QString &text)
 {
@@ -17,13 +18,10 @@ QString utf8Format(const char *format, const QString &text)
 // the type tags, which the program finds in names by substring.
 QString reservedSequenceIn(const QString &name)
 {
-    static const char *const sequences[] = {
-        "HIDDENTABLE_", "_XSBTX_", "_XSBTUSRX_", "_XSBCONFX_", "_XDTX_", "_XMLTYX_", "_XFLTRX_", "FORMAT_", "->",
-        "#", "STRINGFORMAT", "DATEFORMAT", "INTEGERFORMAT", "REALFORMAT", "MONEYFORMAT", "IMAGEFORMAT",
-        "PDFFORMAT", "BOOLFORMAT", "MAILFORMAT", "LINKFORMAT", "URLFORMAT", "SUBTABLEFORMAT"};
-    for (const char *sequence : sequences) {
-        if (name.contains(QLatin1String(sequence)))
-            return utf8Format("Contiene la sequenza riservata '%s'.", QString::fromLatin1(sequence));
+    static const QStringList sequences = reservedNameParts();
+    for (const QString &sequence : sequences) {
+        if (name.contains(sequence))
+            return utf8Format("Contiene la sequenza riservata '%s'.", sequence);
     }
     return QString();
 }
@@ -72,7 +70,7 @@ QString invalidTableNameReason(const QString &typed)
         return "È una parola riservata del linguaggio SQL.";
     if (name.startsWith("sqlite_", Qt::CaseInsensitive))
         return "I nomi che iniziano con 'sqlite_' sono riservati al database.";
-    for (const char *system : {"settings", "filters", "subtablesconfigs"}) {
+    for (const char *system : {Naming::SettingsTable, Naming::FiltersTable, Naming::SubtableConfigsTable}) {
         if (name.compare(QLatin1String(system), Qt::CaseInsensitive) == 0)
             return "È il nome di una tabella di sistema.";
     }
@@ -103,7 +101,7 @@ QList<ColumnDefinition> newTableColumns(const QList<ColumnDefinition> &rows)
     QList<ColumnDefinition> columns;
     bool userPathAdded = false;
     for (const ColumnDefinition &row : rows) {
-        if (!userPathAdded && (row.first.contains("IMAGEFORMAT") || row.first.contains("PDFFORMAT"))) {
+        if (!userPathAdded && ColumnName(row.first).isAttachment()) {
             columns << ColumnDefinition(UserPathColumn, QString());
             userPathAdded = true;
         }

@@ -1,7 +1,9 @@
 #include "storage/dbconnection.h"
 
-#include "storage/messagehandler.h"
+#include "storage/columnname.h"
+#include "storage/namingscheme.h"
 
+#include <QAtomicInt>
 #include <QFileInfo>
 #include <QSet>
 #include <QSqlError>
@@ -11,10 +13,20 @@
 
 namespace {
 
-const char *const IdColumn = "RINTEGERFORMAT_Id";
-const char *const RepeatMarker = "_XMLTYX_";
 const char *const ProbeConnection = "tessaro_probe";
 const char *const ReadOnlyOption = "QSQLITE_OPEN_READONLY";
+using Naming::IdColumn;
+using Naming::RepeatMarker;
+// The id column as it goes into a statement.
+const char *const QuotedId = "\"RINTEGERFORMAT_Id\"";
+
+// Every connection has a name of its own: the toolkit's default connection
+// is never used, so that several can be open at once.
+QString newConnectionName()
+{
+    static QAtomicInt next;
+    return QString("tessaro_%1").arg(next.fetchAndAddRelaxed(1) + 1);
+}
 
 // SQLite's result codes for damage in the file or failing media.
 bool isDamage(const QSqlError &error)
@@ -38,11 +50,6 @@ QByteArray u8(const QString &text)
 QString normalized(const QString &text)
 {
     return text.toLower().simplified();
-}
-
-void warn(const QString &text)
-{
-    MessageHandler::current()->warning(text);
 }
 
 // Words SQLite will not take as a bare name.
@@ -73,30 +80,35 @@ const QSet<QString> &sqlKeywords()
 
 DbConnection::DbConnection() = default;
 
+void DbConnection::fail(const QString &message)
+{
+    lastFailureText = message;
+    failureList << message;
+    if (failureListener)
+        failureListener(message);
+}
+
+QStringList DbConnection::takeFailures()
+{
+    const QStringList taken = failureList;
+    failureList.clear();
+    return taken;
+}
+
+bool DbConnection::ask(const QString &question) const
+{
+    return answerer && answerer(question);
+}
+
 DbConnection::~DbConnection()
 {
-    finishRowInsert();
-    if (db.isOpen())
-        db.close();
-    const QString name = db.connectionName();
-    db = QSqlDatabase();
-    if (!name.isEmpty())
-        QSqlDatabase::removeDatabase(name);
+    close();
 }
 
 QString DbConnection::sqlName(const QString &name)
 {
-    const auto isPlain = [](const QString &text) {
-        for (int i = 0; i < text.size(); ++i) {
-            const QChar c = text.at(i);
-            const bool letter = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_';
-            if (!letter && (i == 0 || c < '0' || c > '9'))
-                return false;
-        }
-        return !text.isEmpty();
-    };
-    if (isPlain(name) && !sqlKeywords().contains(name.toUpper()))
-        return name;
+    // Every name goes between double quotes, a double quote in it doubled:
+    // any name is then a name, never a keyword or a piece of SQL.
     QString quoted = name;
     quoted.replace("\"", "\"\"");
     return "\"" + quoted + "\"";
@@ -107,14 +119,23 @@ bool DbConnection::isSqlKeyword(const QString &word)
     return sqlKeywords().contains(word.toUpper());
 }
 
-bool DbConnection::openDb(const QString &path)
+bool DbConnection::openDb(const QString &path, const OpenOptions &options)
 {
+    const QFileInfo info(path);
+    if (options.mustExist && (path.isEmpty() || !info.isFile())) {
+        fail(QString::asprintf("ERRORE: Il file %s non esiste!", u8(path).constData()));
+        return false;
+    }
     // A file that is there but cannot be written, or whose folder cannot take
     // SQLite's journal, is opened read-only: nothing will try to write to it.
-    const QFileInfo info(path);
     const bool readOnlyFile = !path.isEmpty() && info.exists()
                               && (!info.isWritable() || !QFileInfo(info.absolutePath()).isWritable());
-    const QString options = readOnlyFile ? ReadOnlyOption : "";
+    QStringList connectOptions;
+    if (readOnlyFile || options.readOnly)
+        connectOptions << ReadOnlyOption;
+    // A writer waits this long for another program's write lock to go.
+    if (options.busyTimeout > 0)
+        connectOptions << QString("QSQLITE_BUSY_TIMEOUT=%1").arg(options.busyTimeout);
 
     // Try the file on a connection of its own first, so that a file that is
     // not a database leaves the open one in place.
@@ -122,7 +143,7 @@ bool DbConnection::openDb(const QString &path)
     {
         QSqlDatabase probe = QSqlDatabase::addDatabase("QSQLITE", ProbeConnection);
         probe.setDatabaseName(path);
-        probe.setConnectOptions(options);
+        probe.setConnectOptions(connectOptions.join(';'));
         if (probe.open()) {
             QSqlQuery q(probe);
             usable = q.exec("SELECT name FROM sqlite_master LIMIT 1");
@@ -131,32 +152,44 @@ bool DbConnection::openDb(const QString &path)
     }
     QSqlDatabase::removeDatabase(ProbeConnection);
     if (!usable) {
-        warn("ERRORE: Impossibile aprire il Db!");
+        fail("ERRORE: Impossibile aprire il Db!");
         return false;
     }
 
-    if (db.isValid()) {
-        db.close();
-        db = QSqlDatabase();
-        QSqlDatabase::removeDatabase(QSqlDatabase::defaultConnection);
-    }
-    transactionDepth = 0;
-    schemaVersion = -1;
-    tableListKnown = false;
-    shapes.clear();
-    damagedTables.clear();
-    fileReadOnly = readOnlyFile;
-    db = QSqlDatabase::addDatabase("QSQLITE");
+    close();
+    fileReadOnly = readOnlyFile || options.readOnly;
+    db = QSqlDatabase::addDatabase("QSQLITE", newConnectionName());
     db.setHostName("127.0.0.1");
     db.setDatabaseName(path);
-    db.setConnectOptions(options);
+    db.setConnectOptions(connectOptions.join(';'));
     if (!db.open()) {
-        warn("ERRORE: Impossibile aprire il Db!");
+        fail("ERRORE: Impossibile aprire il Db!");
         return false;
     }
     if (sessionReadOnly)
         setReadOnly(true);
     return true;
+}
+
+void DbConnection::close()
+{
+    finishRowInsert();
+    transactionDepth = 0;
+    schemaVersion = -1;
+    tableListKnown = false;
+    shapes.clear();
+    damagedTables.clear();
+    if (!db.isValid())
+        return;
+    const QString name = db.connectionName();
+    db.close();
+    db = QSqlDatabase();
+    QSqlDatabase::removeDatabase(name);
+}
+
+QString DbConnection::filePath() const
+{
+    return db.databaseName();
 }
 
 void DbConnection::setReadOnly(bool on)
@@ -242,7 +275,7 @@ bool DbConnection::commitTransaction()
     }
     // The outermost commit can fail (the file is busy or the disk full):
     // then nothing of the transaction is written.
-    warn(QString::asprintf("ERRORE: Impossibile salvare le modifiche nel Db!\n%s",
+    fail(QString::asprintf("ERRORE: Impossibile salvare le modifiche nel Db!\n%s",
                            u8(q.lastError().text()).constData()));
     rollbackTransaction();
     return false;
@@ -284,9 +317,9 @@ QString DbConnection::storedText(const QString &value)
 QString DbConnection::storedForm(const QString &column, const QString &value)
 {
     // The number forms store the same text a quoted '%d' or '%f' would.
-    if (column.contains("INTEGER"))
+    if (writesAsWholeNumber(column))
         return QString::asprintf("%d", value.toInt(nullptr, 10));
-    if (column.contains("REAL"))
+    if (writesAsDecimal(column))
         return QString::asprintf("%f", value.toDouble());
     return storedText(value);
 }
@@ -305,7 +338,7 @@ void DbConnection::noteDamage(const QSqlQuery &q, const QString &table)
     if (!isDamage(q.lastError()) || damagedTables.contains(table))
         return;
     damagedTables.insert(table);
-    warn(QString::asprintf("ERRORE: La Tabella %s è danneggiata: non tutti i Record si possono leggere!\n%s",
+    fail(QString::asprintf("ERRORE: La Tabella %s è danneggiata: non tutti i Record si possono leggere!\n%s",
                            u8(table).constData(), u8(q.lastError().text()).constData()));
 }
 
@@ -380,7 +413,7 @@ QSqlRecord DbConnection::getRecordById(const QString &table, int id)
 {
     QSqlQuery q(db);
     q.setForwardOnly(true);
-    run(q, QString::asprintf("SELECT * FROM %s WHERE %s = ?", u8(sqlName(table)).constData(), IdColumn), {id});
+    run(q, QString::asprintf("SELECT * FROM %s WHERE %s = ?", u8(sqlName(table)).constData(), QuotedId), {id});
     searchById(q, id);
     return q.record();
 }
@@ -394,7 +427,7 @@ bool DbConnection::idExists(const QString &table, int id)
     q.setForwardOnly(true);
     run(q,
         QString::asprintf("SELECT %s FROM %s WHERE %s = ?", u8(first).constData(), u8(sqlName(table)).constData(),
-                          IdColumn),
+                          QuotedId),
         {id});
     return searchById(q, id);
 }
@@ -432,7 +465,7 @@ QVariant DbConnection::getFieldValue(const QString &table, const QSqlRecord &rec
 int DbConnection::getMaxId(const QString &table)
 {
     QSqlQuery q(db);
-    if (!q.exec(QString::asprintf("SELECT max(%s) FROM %s", IdColumn, u8(sqlName(table)).constData()))
+    if (!q.exec(QString::asprintf("SELECT max(%s) FROM %s", QuotedId, u8(sqlName(table)).constData()))
         || !q.next())
         return 0;
     return qMax(0, q.value(0).toInt());
@@ -637,10 +670,10 @@ bool DbConnection::execWrite(const QString &statement, const QVariantList &value
 QList<DbConnection::Reference> DbConnection::referencesTo(const QString &table, int id)
 {
     QList<Reference> references;
-    const QString prefix = "X" + table + "_XDTX_";
     for (const QString &other : getTables()) {
         for (const QString &column : getFieldNames(other)) {
-            if (!column.startsWith(prefix))
+            const ColumnName name(column);
+            if (!name.isLookup() || name.lookupTable() != table)
                 continue;
             QSqlQuery q(db);
             if (run(q,
@@ -660,7 +693,7 @@ bool DbConnection::clearReferences(const QString &table, const QString &column, 
     if (!execWrite(QString::asprintf("UPDATE %s SET %s = ? WHERE %s = ?", u8(sqlName(table)).constData(),
                                      u8(sqlName(column)).constData(), u8(sqlName(column)).constData()),
                    {textValue(storedForm(column, QString())), id}, &error)) {
-        warn(QString::asprintf("ERRORE: Impossibile aggiornare il Record!\n%s", u8(error).constData()));
+        fail(QString::asprintf("ERRORE: Impossibile aggiornare il Record!\n%s", u8(error).constData()));
         return false;
     }
     return true;
@@ -669,12 +702,12 @@ bool DbConnection::clearReferences(const QString &table, const QString &column, 
 bool DbConnection::createTable(const QString &table, const QList<ColumnDefinition> &columns)
 {
     if (tableExists(table)) {
-        warn(QString::asprintf("ERRORE: La Tabella %s è già presente nel Db!\n", u8(table).constData()));
+        fail(QString::asprintf("ERRORE: La Tabella %s è già presente nel Db!\n", u8(table).constData()));
         return false;
     }
 
     QString statement = QString::asprintf("CREATE TABLE IF NOT EXISTS %s (%s integer primary key",
-                                          u8(sqlName(table)).constData(), IdColumn);
+                                          u8(sqlName(table)).constData(), u8(sqlName(IdColumn)).constData());
     for (int i = 0; i < columns.size(); ++i) {
         QString name = columns.at(i).first;
         int earlier = 0;
@@ -682,7 +715,7 @@ bool DbConnection::createTable(const QString &table, const QList<ColumnDefinitio
             if (columns.at(j).first == columns.at(i).first)
                 ++earlier;
         }
-        if (earlier >= 1 && !name.contains("LINKFORMAT"))
+        if (earlier >= 1 && takesRepeatSuffix(name))
             name = QString::asprintf("%s%d", u8(name + RepeatMarker).constData(), earlier + 1);
         statement += "," + sqlName(name) + " " + columns.at(i).second;
     }
@@ -690,7 +723,7 @@ bool DbConnection::createTable(const QString &table, const QList<ColumnDefinitio
 
     QString error;
     if (!execWrite(statement, {}, &error)) {
-        warn(QString::asprintf("ERRORE: Impossibile creare la tabella %s!\n%s", u8(table).constData(),
+        fail(QString::asprintf("ERRORE: Impossibile creare la tabella %s!\n%s", u8(table).constData(),
                                u8(error).constData()));
         return false;
     }
@@ -701,14 +734,14 @@ bool DbConnection::addColumn(const QString &table, const QString &column, const 
 {
     QString name = column;
     const int n = countColumnsNamed(table, column, true);
-    if (n > 0 && !column.contains("LINKFORMAT"))
+    if (n > 0 && takesRepeatSuffix(column))
         name = QString::asprintf("%s%d", u8(column + RepeatMarker).constData(), n + 1);
 
     QString error;
     if (!execWrite(QString::asprintf("ALTER TABLE %s ADD COLUMN %s %s", u8(sqlName(table)).constData(),
                                      u8(sqlName(name)).constData(), u8(sqlType).constData()),
                    {}, &error)) {
-        warn(QString::asprintf("ERRORE: Impossibile aggiungere il campo %s alla tabella %s!\n%s",
+        fail(QString::asprintf("ERRORE: Impossibile aggiungere il campo %s alla tabella %s!\n%s",
                                u8(column).constData(), u8(table).constData(), u8(error).constData()));
         return false;
     }
@@ -724,7 +757,7 @@ bool DbConnection::clearTable(const QString &table)
 {
     QString error;
     if (!execWrite(QString::asprintf("DELETE FROM %s", u8(sqlName(table)).constData()), {}, &error)) {
-        warn(QString::asprintf("ERRORE: Impossibile svuotare la Tabella %s!\n%s", u8(table).constData(),
+        fail(QString::asprintf("ERRORE: Impossibile svuotare la Tabella %s!\n%s", u8(table).constData(),
                                u8(error).constData()));
         return false;
     }
@@ -734,9 +767,9 @@ bool DbConnection::clearTable(const QString &table)
 bool DbConnection::deleteRecord(const QString &table, int id)
 {
     QString error;
-    if (!execWrite(QString::asprintf("DELETE FROM %s WHERE %s = ?", u8(sqlName(table)).constData(), IdColumn), {id},
+    if (!execWrite(QString::asprintf("DELETE FROM %s WHERE %s = ?", u8(sqlName(table)).constData(), QuotedId), {id},
                    &error)) {
-        warn(QString::asprintf("ERRORE: Impossibile eliminare il Record!\n%s", u8(error).constData()));
+        fail(QString::asprintf("ERRORE: Impossibile eliminare il Record!\n%s", u8(error).constData()));
         return false;
     }
     return true;
@@ -745,21 +778,21 @@ bool DbConnection::deleteRecord(const QString &table, int id)
 bool DbConnection::updateField(const QString &table, int id, const QString &column, const QString &value)
 {
     if (!tableExists(table)) {
-        warn(QString::asprintf("ERRORE: La Tabella '%s' non esiste!\n", u8(table).constData()));
+        fail(QString::asprintf("ERRORE: La Tabella '%s' non esiste!\n", u8(table).constData()));
         return false;
     }
     if (!idExists(table, id)) {
-        warn(QString::asprintf("ERRORE: L'Id %d non è presente nella Tabella!\n", id));
+        fail(QString::asprintf("ERRORE: L'Id %d non è presente nella Tabella!\n", id));
         return false;
     }
     if (countColumnsNamed(table, column, false) == 0) {
-        warn(QString::asprintf("ERRORE: Il campo '%s' non esiste!\n", u8(column).constData()));
+        fail(QString::asprintf("ERRORE: Il campo '%s' non esiste!\n", u8(column).constData()));
         return false;
     }
     if (column == IdColumn) {
         const int newId = value.toInt(nullptr, 10);
         if (newId != id
-            && !MessageHandler::current()->question(QString::asprintf(
+            && !ask(QString::asprintf(
                 "Vuoi veramente aggiornare l'Id %d con il nuovo Id %d? Questa operazione può essere molto dannosa!",
                 id, newId)))
             return true; // answered No: nothing changes, and the caller sees success
@@ -768,9 +801,9 @@ bool DbConnection::updateField(const QString &table, int id, const QString &colu
     const QString text = storedForm(column, value);
     QString error;
     if (!execWrite(QString::asprintf("UPDATE %s SET %s = ? WHERE %s = ?", u8(sqlName(table)).constData(),
-                                     u8(sqlName(column)).constData(), IdColumn),
+                                     u8(sqlName(column)).constData(), QuotedId),
                    {textValue(text), id}, &error)) {
-        warn(QString::asprintf("ERRORE: Impossibile aggiornare il Record!\n%s", u8(error).constData()));
+        fail(QString::asprintf("ERRORE: Impossibile aggiornare il Record!\n%s", u8(error).constData()));
         return false;
     }
     return true;
@@ -797,7 +830,7 @@ int DbConnection::insertEmptyRecord(const QString &table, bool useGivenId, int g
 
     QString error;
     if (!execWrite(statement, values, &error)) {
-        warn(QString::asprintf("ERRORE: Impossibile aggiungere un elemento alla tabella %s!\n%s",
+        fail(QString::asprintf("ERRORE: Impossibile aggiungere un elemento alla tabella %s!\n%s",
                                u8(table).constData(), u8(error).constData()));
         return -1;
     }
@@ -834,7 +867,7 @@ QVariant DbConnection::storedValue(const QString &table, const QString &column, 
 {
     QSqlQuery q(db);
     q.prepare(QString::asprintf("SELECT %s FROM %s WHERE %s = ?", u8(sqlName(column)).constData(),
-                                u8(sqlName(table)).constData(), IdColumn));
+                                u8(sqlName(table)).constData(), QuotedId));
     q.addBindValue(id);
     if (!q.exec() || !q.next())
         return QVariant();

@@ -18,12 +18,13 @@ struct sqlite3_stmt;
 // (column name, SQL type), as given to createTable.
 using ColumnDefinition = QPair<QString, QString>;
 
-// The one place where SQL is written and run. Callers get records, values,
-// counts, ids or booleans; failures of writing statements are reported to the
-// user here (through the message handler), failures of reading ones give empty
-// results, except a read cut short by damage in the file, which is reported
-// once per table. Values always travel as bound parameters, never inside the
-// statement text (see storedText for how a value text becomes the stored text).
+// The one place where SQL is written and run, on a connection of its own
+// name. Callers get records, values, counts, ids or booleans. Failures are
+// values: each carries the message the user is to be told (a failed write,
+// a read cut short by damage in the file, once per table); failed reads give
+// empty results. Values always travel as bound parameters, never inside the
+// statement text (see storedText for how a value text becomes the stored
+// text), and every table and column name is quoted.
 class DbConnection
 {
 public:
@@ -32,9 +33,33 @@ public:
     DbConnection(const DbConnection &) = delete;
     DbConnection &operator=(const DbConnection &) = delete;
 
+    // How failures are told: the window shows each one through its message
+    // handler as it happens, the command line prints them. Without a
+    // listener they are only kept.
+    using FailureListener = std::function<void(const QString &message)>;
+    void setFailureListener(FailureListener listener) { failureListener = std::move(listener); }
+    QString lastFailure() const { return lastFailureText; }
+    // The failures since they were last taken, oldest first.
+    QStringList takeFailures();
+    // Who answers the questions an operation asks before it goes on (the id
+    // change of updateField); without an answerer the answer is No.
+    using Answerer = std::function<bool(const QString &question)>;
+    void setAnswerer(Answerer answer) { answerer = std::move(answer); }
+
     // Connection. A file that cannot be written (its permissions, its
     // folder's, or read-only media) is opened read-only.
-    bool openDb(const QString &path);
+    struct OpenOptions {
+        bool mustExist = false; // a missing file is a failure, not a new database
+        bool readOnly = false;  // nothing is written, not even by SQLite
+        int busyTimeout = 0;    // milliseconds a write waits for another program's lock
+    };
+    bool openDb(const QString &path, const OpenOptions &options);
+    bool openDb(const QString &path) { return openDb(path, OpenOptions()); }
+    void close();
+    QString filePath() const;
+    // The toolkit's name of this connection, for tools that build databases
+    // the program would not make (tests, the benchmark's bare baselines).
+    QString connectionName() const { return db.connectionName(); }
     bool isOpen() const { return db.isOpen(); }
     bool isFileReadOnly() const { return fileReadOnly; }
     // A read-only session: the connection itself refuses every write, for
@@ -126,9 +151,7 @@ public:
     bool updateField(const QString &table, int id, const QString &column, const QString &value);
     int insertEmptyRecord(const QString &table, bool useGivenId, int givenId);
 
-    // The name as it goes into a statement: names the program makes are plain
-    // identifiers and go in unchanged; a foreign name with blanks, quotes or a
-    // keyword is put between double quotes so that its table can still be read.
+    // The name as it goes into a statement: always between double quotes.
     static QString sqlName(const QString &name);
     // True for the words SQLite will not take as a bare name (any case).
     static bool isSqlKeyword(const QString &word);
@@ -142,6 +165,8 @@ private:
         bool editable = false;
     };
     const TableShape &shape(const QString &table);
+    void fail(const QString &message);
+    bool ask(const QString &question) const;
     void checkSchema();
     QString wholeTableSelect(const QString &table, const QStringList &columns);
     // Prepares the statement, binds the values in order and runs it.
@@ -151,6 +176,10 @@ private:
     void noteDamage(const QSqlQuery &q, const QString &table);
 
     QSqlDatabase db;
+    FailureListener failureListener;
+    Answerer answerer;
+    QString lastFailureText;
+    QStringList failureList;
     bool fileReadOnly = false;
     bool sessionReadOnly = false;
     int transactionDepth = 0;

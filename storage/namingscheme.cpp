@@ -3,10 +3,10 @@
 #include <QStringList>
 
 namespace {
-const char *const Hidden = "HIDDENTABLE_";
-const char *const SubTable = "_XSBTX_";
-const char *const SubTableUser = "_XSBTUSRX_";
-const char *const SubFormat = "SUBTABLEFORMAT";
+const char *const Hidden = Naming::HiddenMarker;
+const char *const SubTable = Naming::SubtableMarker;
+const char *const SubTableUser = Naming::SubtableUserMarker;
+const char *const SubFormat = Naming::SubtableTag;
 } // namespace
 
 QString toDisplayTableName(QString internal)
@@ -38,7 +38,7 @@ QString toInternalTableName(QString display)
 
 bool isSystemTable(QString name)
 {
-    return name == "settings" || name == "filters" || name == "subtablesconfigs";
+    return name == Naming::SettingsTable || name == Naming::FiltersTable || name == Naming::SubtableConfigsTable;
 }
 
 QString typeTagOf(QString column)
@@ -82,9 +82,58 @@ QString tableFolderPath(QString folder, QString name)
     if (name.contains(SubFormat)) {
         name.remove(Hidden);
         name.remove(SubFormat);
-        name.remove("_XSBCONFX_");
+        name.remove(Naming::SubtableConfigMarker);
         name.replace(SubTableUser, "_");
         name.remove(SubTable);
     }
     return QString::asprintf("%s/%s", folder.toUtf8().constData(), name.toUtf8().constData());
+}
+
+bool isHiddenTableName(const QString &table)
+{
+    return table.contains(Naming::HiddenMarker);
+}
+
+bool writesAsWholeNumber(const QString &column)
+{
+    return column.contains("INTEGER");
+}
+
+bool writesAsDecimal(const QString &column)
+{
+    return column.contains("REAL");
+}
+
+bool takesRepeatSuffix(const QString &column)
+{
+    return !column.contains(Naming::LinkTag);
+}
+
+QString subtableConfigurationKey(const QString &table, const QString &column)
+{
+    QString owner = table;
+    const int hidden = owner.indexOf(Naming::HiddenMarker);
+    if (hidden >= 0)
+        owner = owner.mid(hidden + int(strlen(Naming::HiddenMarker)));
+    return owner + column.section(Naming::SubtableTag, 1);
+}
+
+bool belongsToSubtableKey(const QString &configurationName, const QString &key)
+{
+    return configurationName.contains(key);
+}
+
+QStringList designerTypeTags()
+{
+    return {"STRINGFORMAT", "DATEFORMAT", "INTEGERFORMAT", "REALFORMAT", "MONEYFORMAT", "IMAGEFORMAT",
+            "PDFFORMAT",    "BOOLFORMAT", "MAILFORMAT",    "LINKFORMAT", "URLFORMAT",   "SUBTABLEFORMAT"};
+}
+
+QStringList reservedNameParts()
+{
+    return QStringList{Naming::HiddenMarker,       Naming::SubtableMarker,    Naming::SubtableUserMarker,
+                       Naming::SubtableConfigMarker, Naming::LookupMarker,    Naming::RepeatMarker,
+                       Naming::SavedFilterMarker,  "FORMAT_",                 "->",
+                       "#"}
+           + designerTypeTags();
 }

@@ -1,7 +1,7 @@
 #ifndef TESTSUPPORT_H
 #define TESTSUPPORT_H
 
-#include "storage/messagehandler.h"
+#include "dialogs/messagehandler.h"
 
 #include <QList>
 #include <QSqlRecord>

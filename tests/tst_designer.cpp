@@ -18,12 +18,12 @@ namespace {
 template <typename T> T *part(QObject *parent, const char *name) { return parent->findChild<T *>(name); }
 
 // A main window on a fresh database "test.db" in its own working folder.
-struct Session {
+struct Fixture {
     TestFolder folder;
     RecordingMessageHandler messages;
     std::unique_ptr<Tessaro> window;
 
-    Session()
+    Fixture()
     {
         rememberDb(folder.file("test.db"));
         window.reset(new Tessaro);
@@ -119,7 +119,7 @@ void TestDesigner::createdColumns_data()
 void TestDesigner::createdColumns()
 {
     QFETCH(QStringList, rows);
-    Session s;
+    Fixture s;
     s.makeTable("Other", {{"RSTRINGFORMAT_x", "text"}});
     s.makeTable("HIDDENTABLE_H", {{"RSTRINGFORMAT_h", "text"}});
     s.window->newTable();
@@ -134,7 +134,7 @@ void TestDesigner::createdColumns()
 
 void TestDesigner::buttonsAndSettingsRows()
 {
-    Session s;
+    Fixture s;
     // A row with id 7: the next row's Id text is the character 2, yet the database gives it id 8.
     s.window->insertRecord("settings", {{"RINTEGERFORMAT_Id", "7"}, {"RSTRINGFORMAT_tableName", "Old"},
                                         {"RSTRINGFORMAT_iconPath", ""}}, true);
@@ -190,7 +190,7 @@ void TestDesigner::refusedOrCancelledWriteNothing()
     QFETCH(QString, table);
     QFETCH(QString, field);
     QFETCH(QString, warning);
-    Session s;
+    Fixture s;
     s.makeTable("Clienti", {{"RSTRINGFORMAT_Nome", "text"}});
     const QStringList before = s.db().getTables();
     s.window->newTable();
@@ -207,7 +207,7 @@ void TestDesigner::refusedOrCancelledWriteNothing()
 
 void TestDesigner::addFieldMode()
 {
-    Session s;
+    Fixture s;
     s.makeTable("Plain", {{"RSTRINGFORMAT_Nome", "text"}});
     s.makeTable("HIDDENTABLE_Order", {{"RSTRINGFORMAT_n", "text"}});
     const QStringList buttons = s.buttons();

@@ -3,7 +3,7 @@
 #include "records/dateedit.h"
 #include "records/inputdataform.h"
 #include "storage/dbconnection.h"
-#include "storage/messagehandler.h"
+#include "dialogs/messagehandler.h"
 #include "testsupport.h"
 
 #include <QtTest>
@@ -16,13 +16,13 @@ QString plain(const QAbstractButton *button)
 }
 
 // A main window on a database with one table of two records, shown.
-struct Session {
+struct Fixture {
     TestFolder folder;
     RecordingMessageHandler messages;
     Tessaro w;
     DbConnection *db = w.connection();
 
-    Session()
+    Fixture()
     {
         w.loadDb(folder.file("test.db"));
         db->createTable("Clienti", {{"RSTRINGFORMAT_Nome", "text"}, {"NMONEYFORMAT_Saldo", "text"},
@@ -88,7 +88,7 @@ void DesktopTest::toolkitTextsAndQuestionsAnswerNoByDefault()
 
 void DesktopTest::keysFocusAndRequiredFields()
 {
-    Session s;
+    Fixture s;
     s.child<QPushButton>("pbNewUser")->click();
     QCOMPARE(s.page(), QString("newUserPage"));
     // The cursor waits in the first field; required ones are titled in bold.
@@ -131,7 +131,7 @@ void DesktopTest::keysFocusAndRequiredFields()
 
 void DesktopTest::newDatabaseStartsCleanAndNoSystemTableBecomesCurrent()
 {
-    Session s;
+    Fixture s;
     s.messages.fileAnswers << s.folder.file("nuovo");
     s.w.newDb();
     QCOMPARE(s.w.dbPath, s.folder.file("nuovo.db"));
@@ -151,7 +151,7 @@ void DesktopTest::newDatabaseStartsCleanAndNoSystemTableBecomesCurrent()
 
 void DesktopTest::smallestWindowShowsWholeTexts()
 {
-    Session s;
+    Fixture s;
     s.w.administratorModeEnabled(true);
     s.w.resize(1, 1);
     for (const char *action : {"", "pbEditUser", "pbCancelEdit", "pbCalc", "pbExitCalc", "actionTable"}) {

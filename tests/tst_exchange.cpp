@@ -19,12 +19,12 @@ namespace {
 const QList<ColumnDefinition> PeopleColumns = {{"RSTRINGFORMAT_Nome", "text"}, {"NINTEGERFORMAT_Eta", "text"},
                                                {"NREALFORMAT_Peso", "text"}};
 
-struct Session {
+struct Fixture {
     TestFolder folder;
     RecordingMessageHandler messages;
     std::unique_ptr<Tessaro> window;
 
-    Session()
+    Fixture()
     {
         QFile last(folder.file("lastDb.dat"));
         if (last.open(QIODevice::WriteOnly))
@@ -84,7 +84,7 @@ private slots:
 
 void TestExchange::recordFileRoundTripKeepsEveryType()
 {
-    Session s;
+    Fixture s;
     s.makeTable("Citta", {{"RSTRINGFORMAT_Nome", "text"}});
     s.addRow("Citta", {1, "Roma"});
     const QList<ColumnDefinition> every = {
@@ -191,7 +191,7 @@ void TestExchange::importKeepsSkipsAndStops()
     QFETCH(QByteArray, file);
     QFETCH(QStringList, rows);
     QFETCH(QStringList, warnings);
-    Session s;
+    Fixture s;
     s.makeTable("Persone", PeopleColumns);
     s.makeTable("Altra", PeopleColumns);
     s.addRow("Persone", {1, "anna maria", "30", "60.000000"});
@@ -213,7 +213,7 @@ void TestExchange::importKeepsSkipsAndStops()
 
 void TestExchange::unreadableFilesAreReported()
 {
-    Session s;
+    Fixture s;
     s.makeTable("Persone", PeopleColumns);
     s.window->importingFile(s.folder.file("missing.tvf"));
     s.window->exportingToFile(s.folder.file("no/such/folder.tvf"), "Persone");
@@ -230,7 +230,7 @@ void TestExchange::unreadableFilesAreReported()
 
 void TestExchange::singleRecordFiles()
 {
-    Session s;
+    Fixture s;
     s.makeTable("Persone", PeopleColumns);
     s.addRow("Persone", {1, "Ada", "3", "1"});
     s.addRow("Persone", {2, "Bea", "4", "2"});
@@ -244,7 +244,7 @@ void TestExchange::singleRecordFiles()
 
 void TestExchange::structureExportAndImport()
 {
-    Session s;
+    Fixture s;
     s.makeTable("Clienti", {{"RSTRINGFORMAT_Nome", "text"}, {"XClienti_XDTX_RSTRINGFORMAT_Nome", "Integer"}});
     s.makeTable("Vuota", {});
     s.addRow("settings", {1, "Clienti", "DB_DATA/c.png"});
@@ -286,7 +286,7 @@ void TestExchange::structureExportAndImport()
 
 void TestExchange::severalStructuresWithOneNameTaken()
 {
-    Session s;
+    Fixture s;
     const QString odd = s.write("Nuova.tsc", "\nNSTRINGFORMAT_a###text); DROP TABLE settings; --\n###text\n"
                                              "NSTRINGFORMAT_b\n");
     const QString taken = s.write("settings.tsc", "\nNSTRINGFORMAT_x###text\n");
@@ -300,7 +300,7 @@ void TestExchange::severalStructuresWithOneNameTaken()
 
 void TestExchange::readableText()
 {
-    Session s;
+    Fixture s;
     s.makeTable("Citta", {{"RSTRINGFORMAT_Nome", "text"}, {"NSTRINGFORMAT_Provincia", "text"}});
     s.addRow("Citta", {1, "Roma", "RM"});
     s.makeTable("Persone", {{"RSTRINGFORMAT_Nome", "text"},

@@ -32,12 +32,12 @@ FilterCondition condition(const QString &column, const QString &comparison, cons
     return c;
 }
 
-struct Session {
+struct Fixture {
     TestFolder folder;
     RecordingMessageHandler messages;
     std::unique_ptr<Tessaro> w;
 
-    Session()
+    Fixture()
     {
         {
             DbConnection db;
@@ -201,7 +201,7 @@ void TestFilters::joining()
 
 void TestFilters::filterPageInTheWindow()
 {
-    Session s;
+    Fixture s;
     s.w->changeTable("Clienti");
     QVERIFY(!s.w->filterLampOn());
     s.button("pbFilter")->click();
@@ -262,7 +262,7 @@ void TestFilters::filterPageInTheWindow()
 
 void TestFilters::linkedRecordsAndBack()
 {
-    Session s;
+    Fixture s;
     s.w->changeTable("Clienti");
     s.w->vwRecord(2);
     outputDataForm *link = nullptr;
@@ -287,7 +287,7 @@ void TestFilters::linkedRecordsAndBack()
 
 void TestFilters::savedFiltersAcrossARestart()
 {
-    Session s;
+    Fixture s;
     s.w->changeTable("Ordini");
     s.button("pbFilter")->click();
     s.type("RSTRINGFORMAT_Codice", "l'A", "Disequal");

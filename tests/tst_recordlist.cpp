@@ -13,12 +13,12 @@
 
 namespace {
 
-struct Session {
+struct Fixture {
     TestFolder folder;
     RecordingMessageHandler messages;
     std::unique_ptr<Tessaro> window;
 
-    Session() { start(); }
+    Fixture() { start(); }
     void start(const QString &file = "test.db")
     {
         window.reset();
@@ -117,7 +117,7 @@ void TestRecordList::rowOfARecord()
 {
     QFETCH(int, id);
     QFETCH(QString, state);
-    Session s;
+    Fixture s;
     s.start("rows.db");
     for (const char *statement :
          {"CREATE TABLE Frutta (RINTEGERFORMAT_Id INTEGER, RSTRINGFORMAT_Nome TEXT)",
@@ -151,7 +151,7 @@ public:
 
 void TestRecordList::startUpShowsTheWindowFirst()
 {
-    Session s;
+    Fixture s;
     s.table("Libri", {"RSTRINGFORMAT_Titolo"}, {"Uno", "Due", "Tre"});
     StartWatch watch;
     qApp->installEventFilter(&watch);
@@ -167,7 +167,7 @@ void TestRecordList::startUpShowsTheWindowFirst()
 
 void TestRecordList::textsAndCollisions()
 {
-    Session s;
+    Fixture s;
     s.table("Persone", {"RSTRINGFORMAT_Nome", "NSTRINGFORMAT_Note"}, {"Anna|prima", "|vuoto", "Bruno|", "Anna|seconda"});
     s.window->changeTable("Persone");
     QCOMPARE(s.items(), QStringList({"Anna", "----", "Bruno", "Anna"}));
@@ -198,7 +198,7 @@ void TestRecordList::textsAndCollisions()
 
 void TestRecordList::stepsSearchAndSortStopAtTheEnds()
 {
-    Session s;
+    Fixture s;
     s.table("Parole", {"RSTRINGFORMAT_Nome"}, {"gamma", "Alfa", "beta", "ALFABETO"});
     s.window->changeTable("Parole");
     s.window->prevRecord();
@@ -235,7 +235,7 @@ void TestRecordList::stepsSearchAndSortStopAtTheEnds()
 
 void TestRecordList::linkAndBackKeepOneStep()
 {
-    Session s;
+    Fixture s;
     s.table("Prima", {"RSTRINGFORMAT_Nome"}, {"p1", "p2"});
     s.table("Seconda", {"RSTRINGFORMAT_Nome"}, {"s1", "s2"});
     s.table("Terza", {"RSTRINGFORMAT_Nome"}, {"t1"});
@@ -254,7 +254,7 @@ void TestRecordList::linkAndBackKeepOneStep()
 
 void TestRecordList::startUpAndNoTable()
 {
-    Session s;
+    Fixture s;
     // A database without user tables starts quietly, with an empty list.
     s.start();
     QCOMPARE(s.list()->count(), 0);
@@ -271,7 +271,7 @@ void TestRecordList::startUpAndNoTable()
 
 void TestRecordList::foreignDatabase()
 {
-    Session s;
+    Fixture s;
     s.start("foreign.db");
     for (const char *statement : {
              "CREATE TABLE \"order\" (code INTEGER PRIMARY KEY, name TEXT, qty INTEGER)",

@@ -8,13 +8,13 @@
 #include <QtWidgets>
 
 // A main window on a fresh database in its own working folder.
-struct Session {
+struct Fixture {
     TestFolder folder;
     RecordingMessageHandler messages;
     Tessaro w;
     DbConnection *db = w.connection();
 
-    Session() { w.loadDb(folder.file("test.db")); w.refreshTableList(true); }
+    Fixture() { w.loadDb(folder.file("test.db")); w.refreshTableList(true); }
     // Creates the table and makes it the current one.
     void table(const QString &name, const QStringList &columns)
     {
@@ -62,7 +62,7 @@ private slots:
 
 void RecordPageTest::newEditedAndRenumberedRecord()
 {
-    Session s;
+    Fixture s;
     s.table("Clienti", {"RSTRINGFORMAT_Nome", "NDATEFORMAT_Nascita", "NINTEGERFORMAT_Eta", "NMONEYFORMAT_Saldo",
                         "NBOOLFORMAT_Attivo", "NLONGSTRINGFORMAT_UserPath", "NIMAGEFORMAT_Foto", "NPDFFORMAT_Scheda",
                         "NSUBTABLEFORMAT_Righe", "NLINKFORMAT_Altra"});
@@ -117,7 +117,7 @@ void RecordPageTest::newEditedAndRenumberedRecord()
 
 void RecordPageTest::requiredAndDuplicateRefuseTheSave()
 {
-    Session s;
+    Fixture s;
     s.table("HIDDENTABLE_Soci", {"RSTRINGFORMAT_Nome", "RDATEFORMAT_Data_di_nascita", "RBOOLFORMAT_Iscritto",
                                  "RSTRINGFORMAT_Citta"});
     s.w.changeToNewUserPage();
@@ -144,7 +144,7 @@ void RecordPageTest::requiredAndDuplicateRefuseTheSave()
 
 void RecordPageTest::userPathAndLookupIdentifiers()
 {
-    Session s;
+    Fixture s;
     s.table("Clienti", {"RSTRINGFORMAT_Nome", "NLONGSTRINGFORMAT_UserPath"});
     QCOMPARE(s.add("Clienti", {{"RSTRINGFORMAT_Nome", "Mario Rossi"}, {"NLONGSTRINGFORMAT_UserPath", ""}}), 1);
     QCOMPARE(s.add("Clienti", {{"RSTRINGFORMAT_Nome", "Dr. O''Neil?"}, {"NLONGSTRINGFORMAT_UserPath", ""}}), 2);
@@ -171,7 +171,7 @@ void RecordPageTest::userPathAndLookupIdentifiers()
 
 void RecordPageTest::deleteAndClear()
 {
-    Session s;
+    Fixture s;
     s.table("Fornitori", {"RSTRINGFORMAT_Nome"});
     s.add("Fornitori", {{"RSTRINGFORMAT_Nome", "Acme"}});
     s.table("Clienti", {"RSTRINGFORMAT_Nome"});

@@ -61,13 +61,13 @@ bool dropPermissionOverride()
 } // namespace
 
 // A main window on a database made beforehand, remembered in lastDb.dat.
-struct Session {
+struct Fixture {
     TestFolder folder;
     RecordingMessageHandler messages;
     QString path = folder.file("archivio.db");
     QScopedPointer<Tessaro> window;
 
-    explicit Session(const QStringList &statements)
+    explicit Fixture(const QStringList &statements)
     {
         otherTool(path, statements);
         rememberDb(path);
@@ -119,7 +119,7 @@ void SafetyTest::valuesAreBound()
     QFETCH(QString, column);
     QFETCH(QString, value);
     QFETCH(QString, stored);
-    Session s({"CREATE TABLE T (RINTEGERFORMAT_Id integer primary key, NURLFORMAT_Sito text, "
+    Fixture s({"CREATE TABLE T (RINTEGERFORMAT_Id integer primary key, NURLFORMAT_Sito text, "
                "NSTRINGFORMAT_Nota text, NMAILFORMAT_Posta text)",
                "INSERT INTO T VALUES (1, 'a', 'a', 'a'), (2, 'b', 'b', 'b')"});
     DbConnection db;
@@ -135,7 +135,7 @@ void SafetyTest::valuesAreBound()
 
 void SafetyTest::untouchedFieldsKeepTheirBytes()
 {
-    Session s({"CREATE TABLE Misto (RINTEGERFORMAT_Id integer primary key, RSTRINGFORMAT_Nome text, "
+    Fixture s({"CREATE TABLE Misto (RINTEGERFORMAT_Id integer primary key, RSTRINGFORMAT_Nome text, "
                "RDATEFORMAT_Data text, NBOOLFORMAT_Attivo text, NINTEGERFORMAT_Pezzi, NREALFORMAT_Peso text, "
                "NMONEYFORMAT_Saldo, NSTRINGFORMAT_Note text, NLONGSTRINGFORMAT_Testo text, NURLFORMAT_Sito text, "
                "NMAILFORMAT_Posta text, XAltra_XDTX_RSTRINGFORMAT_Nome Integer, NSUBTABLEFORMAT_Righe text, "
@@ -182,7 +182,7 @@ void SafetyTest::recordIsWrittenWholeOrNotAtAll()
     QFETCH(QString, note);
     QFETCH(QString, reason);
     // The table's own constraint refuses the note, unless a trigger does first.
-    Session s({"CREATE TABLE Contatti (RINTEGERFORMAT_Id integer primary key, RSTRINGFORMAT_Nome text, "
+    Fixture s({"CREATE TABLE Contatti (RINTEGERFORMAT_Id integer primary key, RSTRINGFORMAT_Nome text, "
                "NSTRINGFORMAT_Nota text CHECK (NSTRINGFORMAT_Nota <> 'vietata'))",
                "INSERT INTO Contatti VALUES (1, 'Anna', 'prima')"});
     Tessaro &w = s.open();
@@ -220,7 +220,7 @@ void SafetyTest::foreignTablesAreOnlyBrowsed_data()
 void SafetyTest::foreignTablesAreOnlyBrowsed()
 {
     QFETCH(QString, table);
-    Session s({"CREATE TABLE Rubrica (nome text, telefono text)", "INSERT INTO Rubrica VALUES ('Anna', '123')",
+    Fixture s({"CREATE TABLE Rubrica (nome text, telefono text)", "INSERT INTO Rubrica VALUES ('Anna', '123')",
                "CREATE TABLE Conti (RINTEGERFORMAT_Id text, NSTRINGFORMAT_Nome text)",
                "INSERT INTO Conti VALUES ('1', 'cassa')", "CREATE VIRTUAL TABLE Indice USING fts5(testo)",
                "INSERT INTO Indice VALUES ('prima riga'), ('seconda riga')"});
@@ -248,7 +248,7 @@ void SafetyTest::failuresAreSaid()
                          "CREATE TABLE Grande (RINTEGERFORMAT_Id integer primary key, RSTRINGFORMAT_Nome text)"};
     for (int i = 1; i <= 400; ++i)
         setup << QString("INSERT INTO Grande VALUES (%1, '%1 %2')").arg(i).arg(QString(200, 'x'));
-    Session s(setup);
+    Fixture s(setup);
     Tessaro &w = s.open();
 
     // A delete the database refuses is said, and the record stays shown.
@@ -317,7 +317,7 @@ void SafetyTest::readOnlySessionWritesNothing()
 {
     QFETCH(bool, locked);
     // No system tables, and a link column that does not hold its table's name.
-    Session s({"CREATE TABLE Clienti (RINTEGERFORMAT_Id integer primary key, RSTRINGFORMAT_Nome text, "
+    Fixture s({"CREATE TABLE Clienti (RINTEGERFORMAT_Id integer primary key, RSTRINGFORMAT_Nome text, "
                "NLINKFORMAT_Ordini text)",
                "INSERT INTO Clienti VALUES (1, 'Anna', 'vecchio')"});
     QFile lock(s.folder.file("lockDb.dat"));

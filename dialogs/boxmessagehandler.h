@@ -1,7 +1,7 @@
 #ifndef BOXMESSAGEHANDLER_H
 #define BOXMESSAGEHANDLER_H
 
-#include "storage/messagehandler.h"
+#include "dialogs/messagehandler.h"
 
 // The handler the program runs with: parentless modal message boxes and the
 // toolkit's file dialogs.

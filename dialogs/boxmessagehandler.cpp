@@ -1,4 +1,4 @@
-#include "storage/boxmessagehandler.h"
+#include "dialogs/boxmessagehandler.h"
 
 #include <QFileDialog>
 #include <QMessageBox>

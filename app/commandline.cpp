@@ -1,0 +1,223 @@
+#include "app/commandline.h"
+
+#include "exchange/exportfile.h"
+#include "exchange/recordfile.h"
+#include "storage/dbconnection.h"
+#include "storage/tablename.h"
+
+#include <QCommandLineParser>
+#include <QFileInfo>
+#include <QTextStream>
+#include <functional>
+
+namespace {
+
+enum Status { Done = 0, Failed = 1, Wrong = 2 };
+
+// A writer waits this long for another program's write lock.
+constexpr int BusyWait = 5000;
+
+struct Verb {
+    const char *name;
+    QStringList arguments;
+    const char *help;
+};
+
+const QList<Verb> &verbs()
+{
+    static const QList<Verb> list = {
+        {"tables", {"FILE.db"}, "elenca le tabelle, ciascuna con il numero dei suoi Record"},
+        {"export", {"FILE.db", "TABELLA", "FILE.tvf"}, "esporta i Record di una tabella (Trasvo File)"},
+        {"export-structure", {"FILE.db", "TABELLA", "FILE.tsc"}, "esporta la Struttura di una tabella"},
+        {"export-text", {"FILE.db", "TABELLA", "FILE.txt"}, "esporta una tabella in formato leggibile"},
+        {"import", {"FILE.db", "TABELLA", "FILE.tvf"}, "importa i Record di un Trasvo File in una tabella"},
+    };
+    return list;
+}
+
+const Verb *verbNamed(const QString &name)
+{
+    for (const Verb &verb : verbs()) {
+        if (name == QLatin1String(verb.name))
+            return &verb;
+    }
+    return nullptr;
+}
+
+QString usage()
+{
+    QString text = QString::fromUtf8("Uso: tessaro [FILE.db]\n"
+                                     "     tessaro COMANDO ARGOMENTI\n\n"
+                                     "Senza comando apre la finestra sul FILE.db indicato, o sull'ultimo Db aperto.\n\n"
+                                     "Comandi:\n");
+    for (const Verb &verb : verbs()) {
+        const QString line = QString("  %1 %2").arg(verb.name, verb.arguments.join(' '));
+        text += line.leftJustified(50) + " " + QString::fromUtf8(verb.help) + "\n";
+    }
+    text += QString::fromUtf8("\nTABELLA è il nome che la finestra mostra. In caso di errore il messaggio va sullo\n"
+                              "standard error, lo stato d'uscita non è 0, il Db resta com'era e nessun file\n"
+                              "viene scritto.\n\n"
+                              "Opzioni:\n");
+    text += QString("  -h, --help").leftJustified(50) + " mostra questo aiuto\n";
+    text += QString("  -v, --version").leftJustified(50) + " mostra la versione\n";
+    return text;
+}
+
+// The open database of a verb, its failures told on the error stream.
+class Database
+{
+public:
+    explicit Database(QTextStream &err) : err(err)
+    {
+        db.setFailureListener([&err](const QString &message) { err << message.trimmed() << "\n"; });
+    }
+    bool open(const QString &path, bool writing)
+    {
+        DbConnection::OpenOptions options;
+        options.mustExist = true;
+        options.readOnly = !writing;
+        options.busyTimeout = writing ? BusyWait : 0;
+        if (!db.openDb(path, options))
+            return false;
+        if (writing && db.isFileReadOnly()) {
+            err << QString::fromUtf8("ERRORE: Il Db %1 non si può modificare!").arg(path) << "\n";
+            return false;
+        }
+        return true;
+    }
+    // The table the window shows as display; told when there is none.
+    bool findTable(const QString &display, QString *internal)
+    {
+        *internal = TableName::fromDisplay(display).internal();
+        if (db.tableExists(*internal))
+            return true;
+        err << QString::fromUtf8("ERRORE: La Tabella '%1' non esiste!").arg(display) << "\n";
+        return false;
+    }
+    DbConnection db;
+
+private:
+    QTextStream &err;
+};
+
+int listTables(const QStringList &args, QTextStream &out, QTextStream &err)
+{
+    Database data(err);
+    if (!data.open(args.at(0), false))
+        return Failed;
+    // The tables the window lists: neither the program's own nor hidden ones.
+    for (const QString &name : data.db.getTables()) {
+        const TableName table(name);
+        if (!table.isSystem() && !table.isHidden())
+            out << table.display() << "\t" << data.db.countRecords(name) << "\n";
+    }
+    return Done;
+}
+
+int exportTable(const QStringList &args, ExportKind kind, QTextStream &err)
+{
+    Database data(err);
+    QString table;
+    if (!data.open(args.at(0), false) || !data.findTable(args.at(1), &table))
+        return Failed;
+    const QString problem = writeExportFile(data.db, args.at(2), table, kind);
+    if (!problem.isEmpty()) {
+        err << problem << "\n";
+        return Failed;
+    }
+    return Done;
+}
+
+int importRecords(const QStringList &args, QTextStream &out, QTextStream &err)
+{
+    Database data(err);
+    QString table;
+    if (!data.open(args.at(0), true) || !data.findTable(args.at(1), &table))
+        return Failed;
+    RecordFileImporter importer(data.db);
+    if (!importer.open(args.at(2))) {
+        err << QString::fromUtf8("ERRORE: Impossibile aprire il file!") << "\n";
+        return Failed;
+    }
+    if (importer.tableName() != table) {
+        err << QString::fromUtf8("ERRORE: Il file contiene i Record della tabella '%1', non di '%2'!")
+                   .arg(TableName(importer.tableName()).display(), args.at(1))
+            << "\n";
+        return Failed;
+    }
+    // All or nothing: a stop takes back every record of the file.
+    const RecordFileImporter::Outcome outcome = importer.run({}, false);
+    switch (outcome) {
+    case RecordFileImporter::Imported:
+        out << QString::fromUtf8("Importati %1 Record, saltati %2 già presenti.")
+                   .arg(importer.importedCount())
+                   .arg(importer.skippedCount())
+            << "\n";
+        return Done;
+    case RecordFileImporter::Incompatible:
+        err << QString::fromUtf8("ERRORE: Tabella Incompatibile!") << "\n";
+        break;
+    case RecordFileImporter::Refused:
+    case RecordFileImporter::WriteFailed:
+        err << importer.errorText().trimmed() << "\n";
+        break;
+    default:
+        break; // told by the connection
+    }
+    return Failed;
+}
+
+} // namespace
+
+bool CommandLine::isCommand(const QStringList &arguments)
+{
+    if (arguments.isEmpty())
+        return false;
+    // One database file opens the window on it; anything else is a command
+    // (an unknown one is said to be so).
+    const QString &first = arguments.first();
+    const bool file = arguments.size() == 1 && !first.startsWith('-')
+                      && (first.endsWith(".db", Qt::CaseInsensitive) || QFileInfo(first).isFile());
+    return !file || verbNamed(first);
+}
+
+int CommandLine::run(const QStringList &arguments, QTextStream &out, QTextStream &err)
+{
+    QCommandLineParser parser;
+    const QCommandLineOption help({"h", "help"}, "aiuto");
+    const QCommandLineOption version({"v", "version"}, "versione");
+    parser.addOption(help);
+    parser.addOption(version);
+    if (!parser.parse(QStringList("tessaro") + arguments)) {
+        err << parser.errorText() << "\n\n" << usage();
+        return Wrong;
+    }
+    if (parser.isSet(help)) {
+        out << usage();
+        return Done;
+    }
+    if (parser.isSet(version)) {
+        out << "tessaro " << TESSARO_VERSION << "\n";
+        return Done;
+    }
+    const QStringList words = parser.positionalArguments();
+    const Verb *verb = words.isEmpty() ? nullptr : verbNamed(words.first());
+    if (!verb || words.size() - 1 != verb->arguments.size()) {
+        err << (verb ? QString::fromUtf8("Argomenti sbagliati per %1.").arg(verb->name)
+                     : QString::fromUtf8("Comando sconosciuto: %1").arg(words.value(0)))
+            << "\n\n"
+            << usage();
+        return Wrong;
+    }
+    const QStringList args = words.mid(1);
+    const QString name = verb->name;
+    if (name == "tables")
+        return listTables(args, out, err);
+    if (name == "export")
+        return exportTable(args, ExportKind::Records, err);
+    if (name == "export-structure")
+        return exportTable(args, ExportKind::Structure, err);
+    if (name == "export-text")
+        return exportTable(args, ExportKind::Text, err);
+    return importRecords(args, out, err);
+}

@@ -1,0 +1,30 @@
+#ifndef COMMANDLINE_H
+#define COMMANDLINE_H
+
+#include <QStringList>
+
+class QTextStream;
+
+// The command line: verbs that run on the core, in a terminal, with no
+// window toolkit started.
+//   tessaro tables FILE.db
+//   tessaro export FILE.db TABLE OUT.tvf
+//   tessaro export-structure FILE.db TABLE OUT.tsc
+//   tessaro export-text FILE.db TABLE OUT.txt
+//   tessaro import FILE.db TABLE IN.tvf
+// TABLE is the name the window shows. A failure prints the message on the
+// error stream and ends with a status other than 0; a failed run leaves the
+// database as it was and writes no output file.
+namespace CommandLine {
+
+// Whether the arguments (the program's name left out) ask for the command
+// line (a verb, or an option) rather than the window.
+bool isCommand(const QStringList &arguments);
+
+// Runs the verb; 0 when it did what was asked, 1 when it failed, 2 when the
+// command itself was wrong.
+int run(const QStringList &arguments, QTextStream &out, QTextStream &err);
+
+} // namespace CommandLine
+
+#endif // COMMANDLINE_H
