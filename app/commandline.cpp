@@ -147,6 +147,11 @@ int importRecords(const QStringList &args, QTextStream &out, QTextStream &err)
     }
     // All or nothing: a stop takes back every record of the file.
     const RecordFileImporter::Outcome outcome = importer.run({}, false);
+    if (outcome != RecordFileImporter::Imported && data.db.lastWriteWasBusy()) {
+        err << QString::fromUtf8("ERRORE: Il Db è in uso da un altro programma: nulla è stato importato, riprovare più tardi.")
+            << "\n";
+        return Failed;
+    }
     switch (outcome) {
     case RecordFileImporter::Imported:
         out << QString::fromUtf8("Importati %1 Record, saltati %2 già presenti.")

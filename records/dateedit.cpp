@@ -1,6 +1,7 @@
 #include "records/dateedit.h"
 
 #include "app/resources.h"
+#include "records/typeddate.h"
 
 #include <QAction>
 #include <QCalendarWidget>
@@ -38,18 +39,7 @@ DateEdit::DateEdit(QWidget *parent) : QLineEdit(parent)
 
 QDate DateEdit::readDate(const QString &text)
 {
-    static const QRegularExpression shape("^(\\d{1,2})/(\\d{1,2})/(\\d{2}|\\d{4})$");
-    const QRegularExpressionMatch match = shape.match(text.trimmed());
-    if (!match.hasMatch())
-        return QDate();
-    int year = match.captured(3).toInt();
-    if (match.captured(3).size() == 2) {
-        const int nearest = QDate::currentDate().year() + 10;
-        year += nearest / 100 * 100;
-        if (year > nearest)
-            year -= 100;
-    }
-    return QDate(year, match.captured(2).toInt(), match.captured(1).toInt());
+    return readTypedDate(text);
 }
 
 void DateEdit::setDate(const QDate &date)

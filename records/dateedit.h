@@ -32,8 +32,7 @@ public:
     QCalendarWidget *calendarWidget() const { return calendar; }
     void showCalendar();
 
-    // Reads "d/M/yyyy" and "d/M/yy" (two-digit years fall in the hundred
-    // years that end ten years from now); an invalid date otherwise.
+    // A date as typed (see readTypedDate).
     static QDate readDate(const QString &text);
 
 signals:

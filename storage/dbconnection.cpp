@@ -289,8 +289,16 @@ bool DbConnection::rollbackTransaction()
     // itself (a full disk, a trigger's ROLLBACK) has left no savepoint: then
     // there is nothing more to undo.
     QSqlQuery q(db);
-    const bool ok = q.exec(QString::asprintf("ROLLBACK TO tessaro_%d", transactionDepth));
-    q.exec(QString::asprintf("RELEASE tessaro_%d", transactionDepth));
+    bool ok;
+    if (transactionDepth == 1) {
+        // The outermost one ends the transaction: the file stays byte for
+        // byte as it was (a savepoint undone and released would still mark
+        // the file as changed).
+        ok = q.exec("ROLLBACK") || !db.driver()->hasFeature(QSqlDriver::Transactions);
+    } else {
+        ok = q.exec(QString::asprintf("ROLLBACK TO tessaro_%d", transactionDepth));
+        q.exec(QString::asprintf("RELEASE tessaro_%d", transactionDepth));
+    }
     --transactionDepth;
     return ok;
 }
@@ -660,8 +668,11 @@ bool DbConnection::readColumns(const QString &table, const QStringList &columns,
 bool DbConnection::execWrite(const QString &statement, const QVariantList &values, QString *error)
 {
     QSqlQuery q(db);
+    busy = false;
     if (run(q, statement, values))
         return true;
+    // SQLITE_BUSY and SQLITE_LOCKED
+    busy = q.lastError().nativeErrorCode() == "5" || q.lastError().nativeErrorCode() == "6";
     if (error)
         *error = q.lastError().text();
     return false;
@@ -929,6 +940,7 @@ bool DbConnection::insertRow(const QVector<QVariant> &values, QString *error)
     }
     const int result = sqlite3_step(rowInsert);
     sqlite3_reset(rowInsert);
+    busy = result == SQLITE_BUSY || result == SQLITE_LOCKED;
     if (result == SQLITE_DONE)
         return true;
     if (error)

@@ -39,6 +39,9 @@ public:
     using FailureListener = std::function<void(const QString &message)>;
     void setFailureListener(FailureListener listener) { failureListener = std::move(listener); }
     QString lastFailure() const { return lastFailureText; }
+    // Whether the last write failed because another program held the
+    // database's write lock (longer than the busy timeout).
+    bool lastWriteWasBusy() const { return busy; }
     // The failures since they were last taken, oldest first.
     QStringList takeFailures();
     // Who answers the questions an operation asks before it goes on (the id
@@ -181,6 +184,7 @@ private:
     QString lastFailureText;
     QStringList failureList;
     bool fileReadOnly = false;
+    bool busy = false;
     bool sessionReadOnly = false;
     int transactionDepth = 0;
     qint64 schemaVersion = -1;
