@@ -1,6 +1,9 @@
 #include "app/commandline.h"
 
+#include "app/session.h"
 #include "exchange/exportfile.h"
+#include "storage/backupcopies.h"
+#include "storage/databasecheck.h"
 #include "exchange/recordfile.h"
 #include "storage/dbconnection.h"
 #include "storage/tablename.h"
@@ -31,6 +34,8 @@ const QList<Verb> &verbs()
         {"export-structure", {"FILE.db", "TABELLA", "FILE.tsc"}, "esporta la Struttura di una tabella"},
         {"export-text", {"FILE.db", "TABELLA", "FILE.txt"}, "esporta una tabella in formato leggibile"},
         {"import", {"FILE.db", "TABELLA", "FILE.tvf"}, "importa i Record di un Trasvo File in una tabella"},
+        {"backup", {"FILE.db"}, "copia il Db in Backup/ accanto al file (--to CARTELLA: con allegati e icone)"},
+        {"check", {"FILE.db"}, "verifica il Db e i suoi allegati"},
     };
     return list;
 }
@@ -51,7 +56,8 @@ QString usage()
                                      "Senza comando apre la finestra sul FILE.db indicato, o sull'ultimo Db aperto.\n\n"
                                      "Comandi:\n");
     for (const Verb &verb : verbs()) {
-        const QString line = QString("  %1 %2").arg(verb.name, verb.arguments.join(' '));
+        const QString line = QString("  %1 %2").arg(verb.name, verb.arguments.join(' '))
+                             + (QLatin1String(verb.name) == "backup" ? " [--to CARTELLA]" : "");
         text += line.leftJustified(50) + " " + QString::fromUtf8(verb.help) + "\n";
     }
     text += QString::fromUtf8("\nTABELLA è il nome che la finestra mostra. In caso di errore il messaggio va sullo\n"
@@ -172,6 +178,39 @@ int importRecords(const QStringList &args, QTextStream &out, QTextStream &err)
     return Failed;
 }
 
+int backup(const QStringList &args, const QString &folder, QTextStream &out, QTextStream &err)
+{
+    Database data(err);
+    if (!data.open(args.at(0), false))
+        return Failed;
+    BackupCopies copies(data.db, args.at(0));
+    if (!folder.isEmpty()) {
+        if (!copies.copyWhole(folder)) {
+            err << QString::fromUtf8("ERRORE: Impossibile salvare la copia completa del Db!\n") << copies.failure() << "\n";
+            return Failed;
+        }
+        out << QString::fromUtf8("Copia completa salvata in %1").arg(folder) << "\n";
+        return Done;
+    }
+    const QString copy = copies.make("comando");
+    if (copy.isEmpty()) {
+        err << QString::fromUtf8("ERRORE: Impossibile fare la copia di sicurezza del Db!\n") << copies.failure() << "\n";
+        return Failed;
+    }
+    out << copy << "\n";
+    return Done;
+}
+
+int check(const QStringList &args, QTextStream &out, QTextStream &err)
+{
+    Database data(err);
+    if (!data.open(args.at(0), false))
+        return Failed;
+    const DatabaseCheck found = checkDatabase(data.db, Session::pathsOf(QFileInfo(args.at(0)).absoluteFilePath()).folder);
+    out << found.report() << "\n";
+    return found.isClean() ? Done : Failed;
+}
+
 } // namespace
 
 bool CommandLine::isCommand(const QStringList &arguments)
@@ -191,8 +230,10 @@ int CommandLine::run(const QStringList &arguments, QTextStream &out, QTextStream
     QCommandLineParser parser;
     const QCommandLineOption help({"h", "help"}, "aiuto");
     const QCommandLineOption version({"v", "version"}, "versione");
+    const QCommandLineOption to("to", "cartella", "CARTELLA");
     parser.addOption(help);
     parser.addOption(version);
+    parser.addOption(to);
     if (!parser.parse(QStringList("tessaro") + arguments)) {
         err << parser.errorText() << "\n\n" << usage();
         return Wrong;
@@ -224,5 +265,9 @@ int CommandLine::run(const QStringList &arguments, QTextStream &out, QTextStream
         return exportTable(args, ExportKind::Structure, err);
     if (name == "export-text")
         return exportTable(args, ExportKind::Text, err);
+    if (name == "backup")
+        return backup(args, parser.value(to), out, err);
+    if (name == "check")
+        return check(args, out, err);
     return importRecords(args, out, err);
 }

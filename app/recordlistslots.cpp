@@ -164,6 +164,9 @@ void Tessaro::showFirstRecord()
 
 void Tessaro::changeToUsersPage()
 {
+    // Leaving the record page drops its editors, and what was attached on it.
+    if (ui->stPages->currentWidget() == ui->newUserPage)
+        discardRecordPage();
     if (!currentTable.isEmpty()) {
         loadList(currentTable);
     } else if (techMode) {

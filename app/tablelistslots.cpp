@@ -100,6 +100,7 @@ void Tessaro::enableTechMod()
     } else {
         techMode = false;
     }
+    ui->actionRestore_Copy->setVisible(techMode);
     if (techMode != before)
         rebuildTableButtons();
 }
@@ -115,8 +116,14 @@ void Tessaro::administratorModeEnabled(bool on)
 
 void Tessaro::removeTable()
 {
+    // A table another one needs is never removed on its own.
+    const QString refusal = db->dropRefusal(currentTable);
+    if (!refusal.isEmpty()) {
+        MessageHandler::current()->warning(refusal);
+        return;
+    }
     const QString text = QString::asprintf("Eliminare %s?", TableName(currentTable).display().toUtf8().constData());
-    if (MessageHandler::current()->question(text))
+    if (MessageHandler::current()->question(text) && copyBefore("elimina-tabella"))
         dropCurrentTable(false);
 }
 
@@ -174,7 +181,7 @@ void Tessaro::dropCurrentTable(bool silent)
 
 void Tessaro::deleteAll()
 {
-    if (!MessageHandler::current()->question("Eliminare tutte le tabelle?"))
+    if (!MessageHandler::current()->question("Eliminare tutte le tabelle?") || !copyBefore("elimina-tutto"))
         return;
 
     progress->setWindowTitle("Eliminazione in corso");

@@ -59,6 +59,9 @@ Tessaro::Tessaro(QWidget *parent, const QString &startFile) : QMainWindow(parent
     connect(ui->actionImport_From_File_Trasvo_File, &QAction::triggered, this, &Tessaro::importFromFile);
     connect(ui->actionImport_Table_Structure, &QAction::triggered, this, &Tessaro::importTableStructure);
     connect(ui->actionChange_Table_Icon, &QAction::triggered, this, &Tessaro::changeTableIcon);
+    connect(ui->actionSave_Full_Copy, &QAction::triggered, this, &Tessaro::saveFullCopy);
+    connect(ui->actionRestore_Copy, &QAction::triggered, this, &Tessaro::restoreCopy);
+    connect(ui->actionCheck_Db, &QAction::triggered, this, &Tessaro::checkDb);
     connect(ui->pbNext, &QPushButton::clicked, this, &Tessaro::nextRecord);
     connect(ui->pbPrev, &QPushButton::clicked, this, &Tessaro::prevRecord);
     connect(ui->userSearchEdit, &QLineEdit::textChanged, this, &Tessaro::userSearch);
@@ -180,6 +183,10 @@ Tessaro::Tessaro(QWidget *parent, const QString &startFile) : QMainWindow(parent
         {ui->actionExit, "Chiudi", "Chiudi il programma"},
         {ui->actionTool, "Info", "Info"},
         {ui->actionDelete_All_Database, "Elimina Tutte Le Tabelle", "Elimina tutte le tabelle dal database"},
+        {ui->actionSave_Full_Copy, "Salva Copia Completa...",
+         "Salva il Db con i suoi allegati e le icone in una cartella, da aprire altrove"},
+        {ui->actionRestore_Copy, "Ripristina Copia...", "Rimette il Db com'era in una delle copie automatiche"},
+        {ui->actionCheck_Db, "Verifica Db", "Verifica il file del Db e i suoi allegati"},
     };
     for (const auto &t : actionTexts) {
         t.action->setText(QString::fromUtf8(t.text));
@@ -239,6 +246,7 @@ Tessaro::Tessaro(QWidget *parent, const QString &startFile) : QMainWindow(parent
     showHidden = false;
     techMode = false;
     ui->actionTech_Mod->setChecked(false);
+    ui->actionRestore_Copy->setVisible(false); // Advanced Mode only
     // Administrator Mode starts off, so its actions start hidden.
     administratorModeEnabled(false);
     aboutForm->setWindowTitle("About");
@@ -264,11 +272,15 @@ Tessaro::Tessaro(QWidget *parent, const QString &startFile) : QMainWindow(parent
         loadDb(QString());
 
     refreshTableList(false);
+    recoverAttachments();
     constructing = false;
 }
 
 Tessaro::~Tessaro()
 {
+    // A window that changed its database leaves a copy of it.
+    if (db->changeCount() > 0)
+        copyBefore("chiusura");
     // Only the instance that wrote the lock removes it.
     session.releaseLock();
     discardTableButtons();
@@ -310,6 +322,7 @@ void Tessaro::chooseAndOpenDb(bool create)
     }
     Session::rememberDb(dbPath);
     refreshTableList(true);
+    recoverAttachments();
 }
 
 void Tessaro::showDbPath(bool on)
@@ -319,6 +332,10 @@ void Tessaro::showDbPath(bool on)
 
 bool Tessaro::loadDb(const QString &path)
 {
+    // The database left behind keeps a copy of what this window made of it.
+    const int changes = db->changeCount();
+    if (changes > 0 && db->filePath() != path)
+        copyBefore("chiusura");
     if (!db->openDb(path))
         return false;
 
@@ -424,7 +441,8 @@ void Tessaro::setReadOnly(bool on)
         ui->actionClear_All_Tables, ui->actionExport_To_File, ui->actionExport_All_Tables_Structures,
         ui->actionExport_Selected_Tables_Structure, ui->actionImport_Table_Structure, ui->actionExport,
         ui->actionExport_Selected_Record_To_File, ui->actionExport_Selected_Record_To_File_txt,
-        ui->actionImport_From_File_Trasvo_File, ui->actionAutoExportAll, ui->actionDelete_All_Database};
+        ui->actionImport_From_File_Trasvo_File, ui->actionAutoExportAll, ui->actionDelete_All_Database,
+        ui->actionRestore_Copy};
     for (QWidget *button : buttons)
         button->setEnabled(!on);
     for (QAction *action : actions)
@@ -535,6 +553,14 @@ bool Tessaro::pageHasChanges(QWidget *page)
     if (page == ui->filterPage)
         return filterPageChanged();
     return false;
+}
+
+void Tessaro::recoverAttachments()
+{
+    // Attachments a stopped program left waiting are put in place or removed;
+    // never by a read-only session, which may run beside the one saving them.
+    if (!readOnly && !db->isReadOnly())
+        PendingAttachments::recover(*db, dbFolder);
 }
 
 void Tessaro::about()

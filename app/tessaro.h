@@ -3,6 +3,7 @@
 
 #include "app/recordlisting.h"
 #include "app/session.h"
+#include "records/pendingattachments.h"
 #include "filters/recordfilter.h"
 #include "records/fieldvaluelist.h"
 #include "storage/dbconnection.h"
@@ -66,6 +67,11 @@ public:
     bool createNamedTable(const QString &table, const QList<ColumnDefinition> &columns);
     void ensureSystemTables();
     void reportProgress(int step, int total);
+    // Copies the database before an action that changes many records or the
+    // structure; when no copy can be made, true only if the user goes on
+    // without one.
+    bool copyBefore(const QString &action);
+    void recoverAttachments();
     // Enables the actions that work on the current table only while there is one.
     void updateTableActions();
     void copyIconToDataFolder(const QString &file, QString *storedPath);
@@ -123,6 +129,11 @@ public slots:
     void refreshTableList(bool skipLockCheck);
     void setReadOnly(bool on);
     void about();
+
+    // Copies and checks (storage/storageslots.cpp)
+    void restoreCopy();
+    void saveFullCopy();
+    void checkDb();
 
     // Table list and modes (app/tablelistslots.cpp)
     void showHiddenTable();
@@ -228,6 +239,7 @@ private:
     DbConnection *db = nullptr;
     bool readOnlyByLock = false; // another instance holds the lock: read-only for the whole run
     Session session;             // removes the lock when this instance took it
+    PendingAttachments pendingFiles; // attached on the record page, waiting for its save
     AboutForm *aboutForm = nullptr;
     chooseNameForm *nameForm = nullptr;
     progressBarForm *progress = nullptr;

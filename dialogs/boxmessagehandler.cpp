@@ -1,6 +1,7 @@
 #include "dialogs/boxmessagehandler.h"
 
 #include <QFileDialog>
+#include <QInputDialog>
 #include <QMessageBox>
 #include <QPushButton>
 
@@ -67,4 +68,16 @@ QString BoxMessageHandler::saveFileName(QWidget *parent, const QString &caption,
                                         const QString &filter)
 {
     return QFileDialog::getSaveFileName(parent, caption, dir, filter);
+}
+
+QString BoxMessageHandler::folderName(QWidget *parent, const QString &caption, const QString &dir)
+{
+    return QFileDialog::getExistingDirectory(parent, caption, dir);
+}
+
+int BoxMessageHandler::choice(QWidget *parent, const QString &caption, const QString &text, const QStringList &items)
+{
+    bool chosen = false;
+    const QString item = QInputDialog::getItem(parent, caption, text, items, 0, false, &chosen);
+    return chosen ? items.indexOf(item) : -1;
 }

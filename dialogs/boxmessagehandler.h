@@ -17,6 +17,8 @@ public:
                               const QString &filter) override;
     QString saveFileName(QWidget *parent, const QString &caption, const QString &dir,
                          const QString &filter) override;
+    QString folderName(QWidget *parent, const QString &caption, const QString &dir) override;
+    int choice(QWidget *parent, const QString &caption, const QString &text, const QStringList &items) override;
 };
 
 #endif // BOXMESSAGEHANDLER_H

@@ -30,6 +30,17 @@ public:
     virtual QString saveFileName(QWidget *parent, const QString &caption, const QString &dir,
                                  const QString &filter) = 0;
 
+    // A folder to write into; empty when the user cancelled.
+    virtual QString folderName(QWidget *parent, const QString &caption, const QString &dir)
+    {
+        Q_UNUSED(parent) Q_UNUSED(caption) Q_UNUSED(dir) return QString();
+    }
+    // One of items, by its position; -1 when the user cancelled.
+    virtual int choice(QWidget *parent, const QString &caption, const QString &text, const QStringList &items)
+    {
+        Q_UNUSED(parent) Q_UNUSED(caption) Q_UNUSED(text) Q_UNUSED(items) return -1;
+    }
+
     // The handler in use; the box-showing one unless another was installed.
     static MessageHandler *current();
     // Installs a handler (not owned); nullptr restores the default.

@@ -116,6 +116,8 @@ void Tessaro::importingFile(const QString &path)
     if (refuseForeignTable(table))
         return;
 
+    if (!copyBefore("importa"))
+        return;
     // Records already present are skipped silently; a line that stops the
     // import keeps the records read before it.
     progress->show();
@@ -214,7 +216,7 @@ void Tessaro::importingStructure(const QString &path, const QString &name)
     progress->setWindowTitle("Elaborazione");
 
     const TableStructure structure = readStructure(bytes);
-    if (!db->createTable(name, structure.columns))
+    if (!copyBefore("importa-struttura") || !db->createTable(name, structure.columns))
         return;
 
     addSettingsRow(name, structure.iconPath, "0");

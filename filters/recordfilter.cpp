@@ -166,7 +166,7 @@ FilterResults evaluateFilter(DbConnection &db, const QString &table, const QList
         return results;
     results.others = filter.passes({});
     // The id column is always first; the tested values follow it.
-    db.readColumns(table, QStringList(names.first()) + filter.testedColumns(), [&](const QVector<QVariant> &values) {
+    db.readColumns(table, QStringList(db.idColumnOf(table)) + filter.testedColumns(), [&](const QVector<QVariant> &values) {
         const int id = values.at(0).toInt();
         if (id != 0 && !results.byId.contains(id))
             results.byId.insert(id, filter.passes(values, 1));

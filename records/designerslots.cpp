@@ -134,6 +134,8 @@ void Tessaro::acceptedNewTable()
 
     if (db->tableExists(name)) {
         // Add-field mode: the columns go into the existing table.
+        if (!copyBefore("aggiungi-campo"))
+            return;
         for (newTableElement *element : qAsConst(tableElements)) {
             const ColumnDefinition column = element->columnDefinition();
             if (!column.first.isEmpty())

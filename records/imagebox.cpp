@@ -2,6 +2,7 @@
 #include "ui_imagebox.h"
 
 #include "app/resources.h"
+#include "records/pendingattachments.h"
 #include "dialogs/messagehandler.h"
 
 #include <QDir>
@@ -73,7 +74,8 @@ void ImageBox::accepted()
     if (viewOnly)
         return;
     // With no file chosen nothing is copied, and "folder/" is still announced.
-    emit acceptedFile(copyAttachment(chosen, documentsBase, recordFolder));
+    emit acceptedFile(pending ? pending->stage(chosen, documentsBase, recordFolder)
+                              : copyAttachment(chosen, documentsBase, recordFolder));
 }
 
 void ImageBox::rejected()

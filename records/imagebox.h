@@ -26,6 +26,9 @@ public:
     void setDbFolder(const QString &folder);
     QString dbFolder() const { return documentsBase; }
     void setViewOnly(bool on) { viewOnly = on; }
+    // Where a chosen picture waits until its record is saved; without one,
+    // it is copied into place at once.
+    void setPendingAttachments(class PendingAttachments *files) { pending = files; }
     bool isViewOnly() const { return viewOnly; }
 
     // Shows the picture stored at a path relative to the database folder,
@@ -57,6 +60,7 @@ private:
     QPixmap loaded;
     QPixmap displayed;
     bool viewOnly = false;
+    class PendingAttachments *pending = nullptr;
 };
 
 // Copies an attached file into documents base + record folder (created when

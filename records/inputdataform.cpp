@@ -4,6 +4,7 @@
 #include "app/resources.h"
 #include "storage/namingscheme.h"
 #include "records/imagebox.h"
+#include "records/pendingattachments.h"
 #include "records/typednumber.h"
 #include "records/wheelguard.h"
 #include "dialogs/messagehandler.h"
@@ -85,6 +86,7 @@ ImageBox *inputDataForm::imageBox()
     if (!imageDialog) {
         imageDialog = new ImageBox(this);
         imageDialog->setViewOnly(false);
+        imageDialog->setPendingAttachments(pending);
         imageDialog->hide();
         connectParts(imageDialog);
     }
@@ -554,7 +556,8 @@ void inputDataForm::viewImageBox()
 void inputDataForm::addPdf()
 {
     const QString file = MessageHandler::current()->openFileName(this, "Open File", "/home", "Pdf (*.pdf)");
-    pdfFile = copyAttachment(file, documentsBase, recordFolder);
+    pdfFile = pending ? pending->stage(file, documentsBase, recordFolder)
+                      : copyAttachment(file, documentsBase, recordFolder);
     ui->leData->setText(pdfFile);
 }
 

@@ -105,6 +105,8 @@ public:
     void setDbFolder(const QString &folder) { documentsBase = folder; }
     QString dbFolder() const { return documentsBase; }
 
+    // Where attached files wait until the record is saved (the record page's).
+    void setPendingAttachments(class PendingAttachments *files) { pending = files; }
     QString imagePath() const { return imageFile; }
     QString pdfPath() const { return pdfFile; }
     // The image dialog, made when it is first needed.
@@ -148,6 +150,7 @@ private:
     bool required = false; // shown as required on a record page
     QString storedState; // the value control as the owner left it
     bool hasStoredState = false;
+    class PendingAttachments *pending = nullptr;
 };
 
 #endif // INPUTDATAFORM_H

@@ -68,7 +68,15 @@ void Tessaro::updateUser()
 
 void Tessaro::discardRecordPage()
 {
-    qDeleteAll(inputForms);
+    // Files attached on a page left without saving go with it.
+    pendingFiles.discard();
+    // An editor may be where the key or click that got us here came from:
+    // they go once control is back in the event loop.
+    for (inputDataForm *editor : qAsConst(inputForms)) {
+        ui->inputLayout->removeWidget(editor);
+        editor->hide();
+        editor->deleteLater();
+    }
     inputForms.clear();
 }
 
@@ -138,6 +146,7 @@ void Tessaro::buildRecordPage(int id, bool newPage)
         if (column.isAttachment()) {
             editor->setUserPath(userPath);
             editor->setDbFolder(dbFolder);
+            editor->setPendingAttachments(&pendingFiles);
         }
     }
     ui->inputContents->setVisible(true);
@@ -188,8 +197,10 @@ void Tessaro::newRecord()
 
     bool saved;
     if (editMode) {
+        // A save that failed leaves the page editing the same record: saving
+        // again must not make a new one.
         saved = updateRecord(currentId, fields);
-        editMode = false;
+        editMode = !saved;
         // In technical mode the record may have moved to the id typed on the page.
         const int typedId = fields.isEmpty() ? currentId : fields.first().second.toInt();
         if (saved && techMode && typedId != currentId && db->idExists(currentTable, typedId)
@@ -202,6 +213,9 @@ void Tessaro::newRecord()
             currentId = id;
     }
     if (saved) {
+        // In the database now: the files attached on the page take their place.
+        pendingFiles.commit();
+        discardRecordPage();
         changeToUsersPage();
         vwRecord(currentId);
     }
@@ -249,13 +263,16 @@ void Tessaro::clearTable()
     if (!MessageHandler::current()->question(QString::asprintf(
             "Eliminare tutti gli elementi di %s?", u8(TableName(currentTable).display()).constData())))
         return;
+    if (!copyBefore("pulisci"))
+        return;
     db->clearTable(currentTable);
     changeTable(currentTable);
 }
 
 void Tessaro::clearAllTables()
 {
-    if (readOnly || !MessageHandler::current()->question("Eliminare tutti gli elementi in tutto il database?"))
+    if (readOnly || !MessageHandler::current()->question("Eliminare tutti gli elementi in tutto il database?")
+        || !copyBefore("pulisci-tutto"))
         return;
     // Every user table is emptied; the program's own tables (icons, saved
     // filters, subtable configurations) keep their rows, and so do tables

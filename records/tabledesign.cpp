@@ -85,7 +85,7 @@ QString invalidFieldNameReason(const QString &typed)
     if (!common.isEmpty())
         return common;
     // Like the id, the attachments folder column is never shown as a field.
-    if (name == "Id" || name == "UserPath")
+    if (name == "Id" || name == "UserPath" || name == "OwnerId")
         return "È un nome che il programma usa per i propri campi.";
     return QString();
 }

@@ -37,10 +37,12 @@ public:
     QString bareField() const;
     // The number of a repeated column (2 for "_XMLTYX_2"); 0 when it is none.
     int repeat() const;
-    // The id and the folder of attachments: never offered as fields.
+    // The id, the folder of attachments and a subtable row's owner: never
+    // offered as fields.
     bool isId() const { return fieldName == QLatin1String("Id") && typed; }
     bool isUserPath() const { return fieldName == QLatin1String("UserPath") && typed; }
-    bool isProgramField() const { return isId() || isUserPath(); }
+    bool isOwner() const { return fieldName == QLatin1String("OwnerId") && typed; }
+    bool isProgramField() const { return isId() || isUserPath() || isOwner(); }
 
     // A lookup's table and the column it shows (repeat suffix cut).
     const QString &lookupTable() const { return otherTable; }

@@ -8,6 +8,7 @@
 #include <QSet>
 #include <QSqlError>
 #include <QSqlDriver>
+#include <QRegularExpression>
 #include <QSqlQuery>
 #include <sqlite3.h>
 
@@ -175,6 +176,8 @@ void DbConnection::close()
 {
     finishRowInsert();
     transactionDepth = 0;
+    changes = 0;
+    uncommittedChange = false;
     schemaVersion = -1;
     tableListKnown = false;
     shapes.clear();
@@ -246,6 +249,10 @@ const DbConnection::TableShape &DbConnection::shape(const QString &table)
                           && info.value(5).toInt() == 1;
         }
         shape.editable = idFirst && keys == 1 && shape.names.first() == IdColumn;
+        // Tables of other tools are browsed by SQLite's row id, when they have one.
+        QSqlQuery rowIds(db);
+        shape.rowIds = !shape.editable
+                       && rowIds.exec(QString::asprintf("SELECT rowid FROM %s LIMIT 0", u8(sqlName(table)).constData()));
     }
     return shapes.insert(table, shape).value();
 }
@@ -253,6 +260,45 @@ const DbConnection::TableShape &DbConnection::shape(const QString &table)
 bool DbConnection::isEditableTable(const QString &table)
 {
     return shape(table).editable;
+}
+
+bool DbConnection::isBrowsedByRowId(const QString &table)
+{
+    return shape(table).rowIds;
+}
+
+QString DbConnection::idColumnOf(const QString &table)
+{
+    const TableShape &known = shape(table);
+    return known.rowIds ? QString(RowIdColumn) : known.names.value(0);
+}
+
+QString DbConnection::dropRefusal(const QString &table)
+{
+    const QString shown = toDisplayTableName(table);
+    QSqlQuery q(db);
+    if (!q.exec("SELECT type, name, tbl_name, sql FROM sqlite_master WHERE type IN ('table', 'trigger', 'view')"))
+        return QString();
+    const QRegularExpression named("(^|[^A-Za-z0-9_])[\"`\\[]?" + QRegularExpression::escape(table)
+                                       + "[\"`\\]]?($|[^A-Za-z0-9_])",
+                                   QRegularExpression::CaseInsensitiveOption);
+    static const QStringList shadows = {"content", "data", "idx", "docsize", "config", "segments", "segdir", "stat"};
+    while (q.next()) {
+        const QString type = q.value(0).toString(), name = q.value(1).toString(), owner = q.value(2).toString();
+        const QString sql = q.value(3).toString();
+        if (type == "table" && sql.contains(QRegularExpression("^\\s*CREATE\\s+VIRTUAL\\s+TABLE.*USING\\s+fts",
+                                                              QRegularExpression::CaseInsensitiveOption |
+                                                                  QRegularExpression::DotMatchesEverythingOption))
+            && table.startsWith(name + "_") && shadows.contains(table.mid(name.size() + 1)))
+            return QString::fromUtf8("ERRORE: La Tabella %1 fa parte dell'indice di ricerca %2: si elimina solo con "
+                                     "esso!").arg(shown, toDisplayTableName(name));
+        if (type == "view" && sql.contains(named))
+            return QString::fromUtf8("ERRORE: La Tabella %1 non si può eliminare: la usa la vista %2!").arg(shown, name);
+        if (type == "trigger" && owner != table && sql.contains(named))
+            return QString::fromUtf8("ERRORE: La Tabella %1 non si può eliminare: la usa il trigger %2 della tabella %3!")
+                .arg(shown, name, toDisplayTableName(owner));
+    }
+    return QString();
 }
 
 bool DbConnection::beginTransaction()
@@ -271,6 +317,10 @@ bool DbConnection::commitTransaction()
     QSqlQuery q(db);
     if (q.exec(QString::asprintf("RELEASE tessaro_%d", transactionDepth))) {
         --transactionDepth;
+        if (transactionDepth == 0 && uncommittedChange) {
+            uncommittedChange = false;
+            ++changes;
+        }
         return true;
     }
     // The outermost commit can fail (the file is busy or the disk full):
@@ -300,6 +350,8 @@ bool DbConnection::rollbackTransaction()
         q.exec(QString::asprintf("RELEASE tessaro_%d", transactionDepth));
     }
     --transactionDepth;
+    if (transactionDepth == 0)
+        uncommittedChange = false;
     return ok;
 }
 
@@ -421,6 +473,11 @@ QSqlRecord DbConnection::getRecordById(const QString &table, int id)
 {
     QSqlQuery q(db);
     q.setForwardOnly(true);
+    if (isBrowsedByRowId(table)) {
+        run(q, QString::asprintf("SELECT * FROM %s WHERE rowid = ?", u8(sqlName(table)).constData()), {id});
+        q.next();
+        return q.record();
+    }
     run(q, QString::asprintf("SELECT * FROM %s WHERE %s = ?", u8(sqlName(table)).constData(), QuotedId), {id});
     searchById(q, id);
     return q.record();
@@ -428,6 +485,11 @@ QSqlRecord DbConnection::getRecordById(const QString &table, int id)
 
 bool DbConnection::idExists(const QString &table, int id)
 {
+    if (isBrowsedByRowId(table)) {
+        QSqlQuery q(db);
+        return run(q, QString::asprintf("SELECT 1 FROM %s WHERE rowid = ?", u8(sqlName(table)).constData()), {id})
+               && q.next();
+    }
     // Only the first column takes part in the search: the others are not read.
     const QStringList names = getFieldNames(table);
     const QString first = names.isEmpty() ? QStringLiteral("*") : sqlName(names.first());
@@ -556,6 +618,19 @@ bool DbConnection::readListColumn(const QString &table, const std::function<void
 
     QSqlQuery q(db);
     q.setForwardOnly(true);
+    // A table made by another tool is listed by its first column, its
+    // records known by SQLite's row id.
+    if (isBrowsedByRowId(table)) {
+        if (!q.exec(QString::asprintf("SELECT rowid, %s FROM %s", u8(sqlName(names.first())).constData(),
+                                      u8(sqlName(table)).constData()))) {
+            noteDamage(q, table);
+            return false;
+        }
+        while (q.next())
+            row(q.value(0).toInt(), q.value(1));
+        noteDamage(q, table);
+        return true;
+    }
     if (!q.exec(wholeTableSelect(table, names.mid(0, 2)))) {
         noteDamage(q, table);
         return false;
@@ -632,6 +707,36 @@ bool DbConnection::readColumns(const QString &table, const QStringList &columns,
     const QStringList names = getFieldNames(table);
     if (names.isEmpty())
         return false;
+    if (columns.contains(RowIdColumn) && isBrowsedByRowId(table)) {
+        // The row id first, then the named columns, read by their own select.
+        QStringList selected = {"rowid"};
+        QVector<int> at;
+        for (const QString &column : columns) {
+            if (column == RowIdColumn) {
+                at << 0;
+            } else if (names.contains(column)) {
+                at << selected.size();
+                selected << sqlName(column);
+            } else {
+                at << -1;
+            }
+        }
+        QSqlQuery q(db);
+        q.setForwardOnly(true);
+        if (!q.exec(QString::asprintf("SELECT %s FROM %s", u8(selected.join(',')).constData(),
+                                      u8(sqlName(table)).constData()))) {
+            noteDamage(q, table);
+            return false;
+        }
+        QVector<QVariant> values(columns.size());
+        while (q.next()) {
+            for (int i = 0; i < at.size(); ++i)
+                values[i] = at.at(i) >= 0 ? q.value(at.at(i)) : QVariant();
+            visit(values);
+        }
+        noteDamage(q, table);
+        return true;
+    }
     QVector<int> positions;   // of each named column in the table, -1 when missing
     QStringList present;
     for (const QString &column : columns) {
@@ -669,8 +774,10 @@ bool DbConnection::execWrite(const QString &statement, const QVariantList &value
 {
     QSqlQuery q(db);
     busy = false;
-    if (run(q, statement, values))
+    if (run(q, statement, values)) {
+        noteChange();
         return true;
+    }
     // SQLITE_BUSY and SQLITE_LOCKED
     busy = q.lastError().nativeErrorCode() == "5" || q.lastError().nativeErrorCode() == "6";
     if (error)
@@ -696,6 +803,17 @@ QList<DbConnection::Reference> DbConnection::referencesTo(const QString &table, 
         }
     }
     return references;
+}
+
+int DbConnection::countUnmatched(const QString &table, const QString &column, const QString &other)
+{
+    QSqlQuery q(db);
+    if (!q.exec(QString::asprintf("SELECT count(*) FROM %s WHERE %s NOT IN (SELECT %s FROM %s)",
+                                  u8(sqlName(table)).constData(), u8(sqlName(column)).constData(), QuotedId,
+                                  u8(sqlName(other)).constData()))
+        || !q.next())
+        return 0;
+    return q.value(0).toInt();
 }
 
 bool DbConnection::clearReferences(const QString &table, const QString &column, int id)
@@ -885,16 +1003,110 @@ QVariant DbConnection::storedValue(const QString &table, const QString &column, 
     return q.value(0);
 }
 
+void DbConnection::noteChange()
+{
+    if (transactionDepth > 0)
+        uncommittedChange = true;
+    else
+        ++changes;
+}
+
+sqlite3 *DbConnection::handle() const
+{
+    const QVariant value = db.isOpen() ? db.driver()->handle() : QVariant();
+    if (!value.isValid() || qstrcmp(value.typeName(), "sqlite3*") != 0)
+        return nullptr;
+    return *static_cast<sqlite3 *const *>(value.constData());
+}
+
+namespace {
+// Copies every page of one database into another in one step, as SQLite's
+// online backup does: the destination is replaced whole, in one transaction.
+bool copyPages(sqlite3 *to, sqlite3 *from, QString *error)
+{
+    sqlite3_backup *backup = sqlite3_backup_init(to, "main", from, "main");
+    if (!backup) {
+        *error = QString::fromUtf8(sqlite3_errmsg(to));
+        return false;
+    }
+    const int step = sqlite3_backup_step(backup, -1);
+    sqlite3_backup_finish(backup);
+    if (step == SQLITE_DONE)
+        return true;
+    *error = QString::fromUtf8(sqlite3_errstr(step));
+    return false;
+}
+} // namespace
+
+bool DbConnection::backupTo(const QString &path, QString *error)
+{
+    sqlite3 *source = handle();
+    if (!source) {
+        *error = "Nessun database SQLite aperto";
+        return false;
+    }
+    sqlite3 *target = nullptr;
+    bool done = sqlite3_open_v2(path.toUtf8().constData(), &target, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
+                                nullptr)
+                == SQLITE_OK;
+    if (!done)
+        *error = QString::fromUtf8(target ? sqlite3_errmsg(target) : "sqlite3_open");
+    else
+        done = copyPages(target, source, error);
+    sqlite3_close(target);
+    return done;
+}
+
+bool DbConnection::restoreFrom(const QString &path, QString *error)
+{
+    sqlite3 *target = handle();
+    if (!target || isReadOnly() || transactionDepth > 0) {
+        *error = "Il Db non si può modificare";
+        return false;
+    }
+    finishRowInsert();
+    sqlite3 *source = nullptr;
+    bool done = sqlite3_open_v2(path.toUtf8().constData(), &source, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK;
+    if (!done)
+        *error = QString::fromUtf8(source ? sqlite3_errmsg(source) : "sqlite3_open");
+    else
+        done = copyPages(target, source, error);
+    sqlite3_close(source);
+    // Every table may be another one now.
+    schemaVersion = -1;
+    tableListKnown = false;
+    shapes.clear();
+    damagedTables.clear();
+    if (done)
+        ++changes;
+    return done;
+}
+
+QStringList DbConnection::integrityProblems()
+{
+    QStringList problems;
+    QSqlQuery q(db);
+    if (!q.exec("PRAGMA integrity_check")) {
+        problems << q.lastError().text();
+        return problems;
+    }
+    while (q.next()) {
+        const QString line = q.value(0).toString();
+        if (line != "ok")
+            problems << line;
+    }
+    return problems;
+}
+
 bool DbConnection::prepareRowInsert(const QString &table, const QStringList &columns, QString *error)
 {
     finishRowInsert();
-    const QVariant handle = db.isOpen() ? db.driver()->handle() : QVariant();
-    if (!handle.isValid() || qstrcmp(handle.typeName(), "sqlite3*") != 0) {
+    sqlite3 *connection = handle();
+    if (!connection) {
         if (error)
             *error = "Nessun database SQLite aperto";
         return false;
     }
-    sqlite3 *connection = *static_cast<sqlite3 *const *>(handle.constData());
     QStringList names, marks;
     for (const QString &column : columns) {
         names << sqlName(column);
@@ -941,8 +1153,10 @@ bool DbConnection::insertRow(const QVector<QVariant> &values, QString *error)
     const int result = sqlite3_step(rowInsert);
     sqlite3_reset(rowInsert);
     busy = result == SQLITE_BUSY || result == SQLITE_LOCKED;
-    if (result == SQLITE_DONE)
+    if (result == SQLITE_DONE) {
+        noteChange();
         return true;
+    }
     if (error)
         *error = QString::fromUtf8(sqlite3_errmsg(sqlite3_db_handle(rowInsert)));
     return false;

@@ -13,6 +13,7 @@
 #include <QVector>
 #include <functional>
 
+struct sqlite3;
 struct sqlite3_stmt;
 
 // (column name, SQL type), as given to createTable.
@@ -75,6 +76,17 @@ public:
     // column is RINTEGERFORMAT_Id as its integer primary key. Tables made by
     // other tools, and the inner tables of a full-text index, are only browsed.
     bool isEditableTable(const QString &table);
+    // Tables of other tools have no id of ours: their records are known by
+    // SQLite's own row id (when they have one), which readColumns gives
+    // under the name RowIdColumn. idColumnOf names the column that holds a
+    // table's record ids.
+    static constexpr const char *RowIdColumn = "rowid";
+    bool isBrowsedByRowId(const QString &table);
+    QString idColumnOf(const QString &table);
+    // Why the table cannot be removed on its own: it is an inner table of a
+    // full-text index, or a view or another table's trigger uses it. Empty
+    // when it can.
+    QString dropRefusal(const QString &table);
 
     // Transactions: what runs between begin and commit is written whole, or,
     // after rollback, not at all. They nest; only the outermost commit writes.
@@ -82,6 +94,17 @@ public:
     bool commitTransaction();
     bool rollbackTransaction();
     bool inTransaction() const { return transactionDepth > 0; }
+    // How many times something was written and committed since the file was opened.
+    int changeCount() const { return changes; }
+
+    // The whole database copied into the file at path (made or replaced), as
+    // SQLite's online backup copies it; and the open database replaced whole
+    // by the database at path, in one transaction. *error gets the reason of
+    // a failure.
+    bool backupTo(const QString &path, QString *error);
+    bool restoreFrom(const QString &path, QString *error);
+    // SQLite's own check of the file: empty when it found nothing wrong.
+    QStringList integrityProblems();
 
     // The text a value is stored as: a value whose apostrophes all come in
     // pairs is the text of an SQL literal, stored with each "''" made "'";
@@ -141,6 +164,8 @@ public:
         int records = 0;
     };
     QList<Reference> referencesTo(const QString &table, int id);
+    // Rows of table whose column names no record of other by its id.
+    int countUnmatched(const QString &table, const QString &column, const QString &other);
     // Empties the lookups of column in table that hold id: they show as
     // missing from then on.
     bool clearReferences(const QString &table, const QString &column, int id);
@@ -166,9 +191,12 @@ private:
         QHash<QString, int> named;         // lower-cased, simplified name -> count
         QHash<QString, int> namedUnsuffixed; // the same, each cut before "_XMLTYX_"
         bool editable = false;
+        bool rowIds = false;
     };
     const TableShape &shape(const QString &table);
     void fail(const QString &message);
+    void noteChange();
+    sqlite3 *handle() const;
     bool ask(const QString &question) const;
     void checkSchema();
     QString wholeTableSelect(const QString &table, const QStringList &columns);
@@ -185,6 +213,8 @@ private:
     QStringList failureList;
     bool fileReadOnly = false;
     bool busy = false;
+    int changes = 0;
+    bool uncommittedChange = false;
     bool sessionReadOnly = false;
     int transactionDepth = 0;
     qint64 schemaVersion = -1;

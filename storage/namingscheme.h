@@ -17,6 +17,8 @@ namespace Naming {
 inline constexpr char IdColumn[] = "RINTEGERFORMAT_Id";
 // The record's folder of attachments, in every table the designer makes.
 inline constexpr char UserPathColumn[] = "NLONGSTRINGFORMAT_UserPath";
+// A subtable row's owner: the id of the record it belongs to.
+inline constexpr char OwnerColumn[] = "NINTEGERFORMAT_OwnerId";
 inline constexpr char LookupMarker[] = "_XDTX_";
 inline constexpr char RepeatMarker[] = "_XMLTYX_";
 inline constexpr char HiddenMarker[] = "HIDDENTABLE_";

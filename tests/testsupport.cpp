@@ -64,6 +64,19 @@ QString RecordingMessageHandler::saveFileName(QWidget *, const QString &caption,
     return fileAnswers.isEmpty() ? QString() : fileAnswers.takeFirst();
 }
 
+QString RecordingMessageHandler::folderName(QWidget *, const QString &caption, const QString &dir)
+{
+    fileDialogs << caption + "|" + dir;
+    return folderAnswers.isEmpty() ? QString() : folderAnswers.takeFirst();
+}
+
+int RecordingMessageHandler::choice(QWidget *, const QString &caption, const QString &text, const QStringList &items)
+{
+    said << "choice: " + caption + "|" + text;
+    choiceItems << items;
+    return choices.isEmpty() ? -1 : choices.takeFirst();
+}
+
 void RecordingMessageHandler::clear()
 {
     said.clear();

@@ -46,6 +46,11 @@ public:
     bool defaultAnswer = true;
     QStringList fileAnswers; // answers to the next file choices, in order (empty = cancel)
     QList<QStringList> multiFileAnswers;
+    QStringList folderAnswers;   // answers to the next folder choices (none: cancel)
+    QList<int> choices;          // answers to the next choices among items (none: cancel)
+    QStringList choiceItems;     // the items offered, of every choice so far
+    QString folderName(QWidget *, const QString &caption, const QString &dir) override;
+    int choice(QWidget *, const QString &caption, const QString &text, const QStringList &items) override;
 };
 
 // A fresh working folder for one test: the program reads "lastDb.dat" and
