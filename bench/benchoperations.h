@@ -17,5 +17,6 @@ bool isLaunchChild(int argc, char **argv);
 int runLaunchChild(int argc, char **argv);
 BenchResult benchExport(BenchContext &context);
 BenchResult benchImport(BenchContext &context);
+BenchResult benchBackup(BenchContext &context);
 
 #endif // BENCHOPERATIONS_H

@@ -31,6 +31,7 @@ const Operation Operations[] = {
     {"safety", benchSafety},
     {"export", benchExport},
     {"import", benchImport},
+    {"backup", benchBackup},
 };
 
 } // namespace

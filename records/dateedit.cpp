@@ -4,6 +4,7 @@
 #include "records/typeddate.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QCalendarWidget>
 #include <QKeyEvent>
 #include <QRegularExpression>
@@ -15,24 +16,12 @@ const char *const Format = "dd/MM/yyyy";
 
 DateEdit::DateEdit(QWidget *parent) : QLineEdit(parent)
 {
-    // Digits and slashes only, in the shape of a date.
-    setValidator(new QRegularExpressionValidator(QRegularExpression("\\d{0,2}(/\\d{0,2}(/\\d{0,4})?)?"), this));
+    // Digits and slashes only, in the shape of a date; one validator serves
+    // every editor of a page.
+    static QRegularExpressionValidator *shape =
+        new QRegularExpressionValidator(QRegularExpression("\\d{0,2}(/\\d{0,2}(/\\d{0,4})?)?"), qApp);
+    setValidator(shape);
     setPlaceholderText("gg/mm/aaaa");
-    QAction *open = addAction(tessaroIcon(":/calendarIcon"), QLineEdit::TrailingPosition);
-    open->setToolTip("Calendario");
-
-    calendar = new QCalendarWidget(this);
-    calendar->setWindowFlags(Qt::Popup);
-    calendar->setGridVisible(true);
-    calendar->hide();
-
-    connect(open, &QAction::triggered, this, &DateEdit::showCalendar);
-    connect(calendar, &QCalendarWidget::activated, this, [this](const QDate &chosen) {
-        calendar->hide();
-        setDate(chosen);
-        emit dateChanged(chosen);
-    });
-    connect(calendar, &QCalendarWidget::clicked, calendar, &QCalendarWidget::activated);
     connect(this, &QLineEdit::textEdited, this, [this] { emit dateChanged(date()); });
     connect(this, &QLineEdit::editingFinished, this, &DateEdit::tidy);
 }
@@ -53,8 +42,26 @@ QString DateEdit::dateText() const
     return typed.isValid() ? typed.toString(Format) : QString();
 }
 
+QCalendarWidget *DateEdit::calendarWidget()
+{
+    // A page holds one editor per column: the calendar is made when first opened.
+    if (!calendar) {
+        calendar = new QCalendarWidget(this);
+        calendar->setWindowFlags(Qt::Popup);
+        calendar->setGridVisible(true);
+        connect(calendar, &QCalendarWidget::activated, this, [this](const QDate &chosen) {
+            calendar->hide();
+            setDate(chosen);
+            emit dateChanged(chosen);
+        });
+        connect(calendar, &QCalendarWidget::clicked, calendar, &QCalendarWidget::activated);
+    }
+    return calendar;
+}
+
 void DateEdit::showCalendar()
 {
+    calendarWidget();
     const QDate shown = date().isValid() ? date() : QDate::currentDate();
     calendar->setSelectedDate(shown);
     calendar->setCurrentPage(shown.year(), shown.month());
@@ -97,6 +104,18 @@ void DateEdit::keyPressEvent(QKeyEvent *event)
         return;
     }
     QLineEdit::keyPressEvent(event);
+}
+
+void DateEdit::showEvent(QShowEvent *event)
+{
+    // The calendar's button is made when the editor is first shown: a page
+    // holds one editor per column, most of them never shown as dates.
+    if (!calendarButton) {
+        calendarButton = addAction(tessaroIcon(":/calendarIcon"), QLineEdit::TrailingPosition);
+        calendarButton->setToolTip("Calendario");
+        connect(calendarButton, &QAction::triggered, this, &DateEdit::showCalendar);
+    }
+    QLineEdit::showEvent(event);
 }
 
 void DateEdit::focusOutEvent(QFocusEvent *event)

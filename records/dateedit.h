@@ -29,7 +29,7 @@ public:
     bool hasInvalidText() const { return !isEmpty() && !date().isValid(); }
     // "dd/MM/yyyy" of the date typed; empty when there is none.
     QString dateText() const;
-    QCalendarWidget *calendarWidget() const { return calendar; }
+    QCalendarWidget *calendarWidget();
     void showCalendar();
 
     // A date as typed (see readTypedDate).
@@ -42,6 +42,7 @@ signals:
 protected:
     void keyPressEvent(QKeyEvent *event) override;
     void focusOutEvent(QFocusEvent *event) override;
+    void showEvent(QShowEvent *event) override;
 
 private:
     // Writes a typed date in its full form once the user is done with it.
@@ -49,6 +50,7 @@ private:
     void step(int days);
 
     QCalendarWidget *calendar = nullptr;
+    class QAction *calendarButton = nullptr;
 };
 
 #endif // DATEEDIT_H
