@@ -156,7 +156,7 @@ RecordListing readRecordListing(DbConnection &db, const QString &table, int rowC
     RecordListing listing;
     listing.rowCount = rowCount;
     const QStringList names = db.getFieldNames(table);
-    const ColumnName listColumn(names.value(1));
+    const ColumnName listColumn(names.value(db.firstDataColumn(table)));
 
     // A lookup column shows the referenced record's value: the other table
     // is read once, before the rows, instead of once per row.

@@ -7,6 +7,7 @@
 #include "dialogs/messagehandler.h"
 #include "storage/columnname.h"
 #include "storage/namingscheme.h"
+#include "records/subtables.h"
 #include "storage/tablename.h"
 
 #include <QSignalBlocker>
@@ -67,9 +68,15 @@ void Tessaro::loadList(const QString &table)
         // At start-up the window comes first, with the load's progress over it.
         show();
     }
-    lastProgressValue = -1; // a new load lets events through at once
+    // At start-up the load lets events through at once: the window is painted first.
+    lastProgressValue = -1;
+    if (constructing)
+        progressPump.invalidate();
     reportProgress(0, count);
-    progress->show();
+    // A short load is over before a dialog could be read.
+    const bool shown = count >= 5000;
+    if (shown)
+        progress->show();
 
     RecordListing listing = readRecordListing(
         *db, table, count, ui->pbSort->isChecked(), [this, &table](int id) { return isRecordListed(table, id); },
@@ -89,7 +96,8 @@ void Tessaro::loadList(const QString &table)
     if (list->count() == 0)
         ui->lbViewInfo->setText("----");
     ui->lbToolbar->setText(QString::asprintf("%d Records", list->count()));
-    progress->hide();
+    if (shown)
+        progress->hide();
 }
 
 // Row of the first item showing the text of record id: 0 when the record has
@@ -131,6 +139,12 @@ void Tessaro::selectRow(int row)
 
 void Tessaro::changeTable(const QString &table)
 {
+    // Another table shows all its rows: a subtable's are one record's only
+    // while it is opened from that record.
+    if (!openingSubtable && table != db->rowScopeTable()) {
+        db->clearRowScope();
+        subtableOwnerText.clear();
+    }
     setTableHeader(table);
     currentTable = table;
     disableFilters();
@@ -317,6 +331,33 @@ void Tessaro::goToRequest(const QString &table, int id)
     vwRecord(id);
 }
 
+void Tessaro::goToSubTableRequest(const QString &table)
+{
+    if (!db->tableExists(table)) {
+        MessageHandler::current()->warning(QString::fromUtf8("ERRORE: La sottotabella %1 non esiste!")
+                                               .arg(TableName(table).display()));
+        return;
+    }
+    const QString ownerText = ui->lbViewInfo->text();
+    ui->pbReturn->show();
+    previousTable = currentTable;
+    previousId = currentId;
+    // A subtable that lost its owner column is only shown whole.
+    if (db->getFieldNames(table).value(1) == Naming::OwnerColumn) {
+        db->setRowScope(table, Naming::OwnerColumn, currentId);
+        subtableOwnerText = ownerText;
+    } else {
+        db->clearRowScope();
+        MessageHandler::current()->warning(
+            QString::fromUtf8("ERRORE: La sottotabella %1 non ha la colonna del Record proprietario: si mostrano "
+                              "tutte le sue righe.")
+                .arg(TableName(table).display()));
+    }
+    openingSubtable = true;
+    changeTable(table);
+    openingSubtable = false;
+}
+
 void Tessaro::goBack()
 {
     setTableHeader(previousTable);
@@ -381,10 +422,14 @@ void Tessaro::showRecordView(int id)
             }
             value = linked;
         } else if (column.isSubtable()) {
+            // The subtable's name: the owning table's, the field's, and its
+            // configuration's, found in the configurations (the column
+            // itself is emptied by every save).
             widget->setSubTableParts(TableName(currentTable).isHidden()
                                          ? QString(currentTable).remove(0, int(strlen(Naming::HiddenMarker)))
                                          : currentTable,
-                                     value.toString());
+                                     Subtables::configurationOf(*db, currentTable, column.name()).name);
+            connect(widget, &outputDataForm::goToSubList, this, &Tessaro::goToSubTableRequest);
         }
 
         widget->setTitle(true, columnTitle(column));

@@ -3,6 +3,7 @@
 #include "app/tessaro.h"
 #include "ui_tessaro.h"
 
+#include "app/resources.h"
 #include "dialogs/listbuttonform.h"
 #include "dialogs/progressbarform.h"
 #include "dialogs/messagehandler.h"
@@ -26,7 +27,7 @@ QIcon Tessaro::tableIcon(const QString &table)
     // A table with no row, or one designed without choosing an icon, gets the
     // built-in icon; a stored path that names no file shows an empty icon.
     if (row.isEmpty() || path.isEmpty())
-        return QIcon(":generalIcon");
+        return tessaroIcon(":generalIcon");
     QIcon icon;
     icon.addFile(dbFolder + path, QSize(), QIcon::Normal, QIcon::Off);
     return icon;
@@ -34,7 +35,9 @@ QIcon Tessaro::tableIcon(const QString &table)
 
 void Tessaro::setTableHeader(const QString &table)
 {
-    ui->lbListName->setText(TableName(table).display());
+    // One record's rows of a subtable are titled with that record's text too.
+    const bool owned = table == db->rowScopeTable() && !subtableOwnerText.isEmpty();
+    ui->lbListName->setText(TableName(table).display() + (owned ? QString::fromUtf8(" — ") + subtableOwnerText : QString()));
     ui->lbListIcon->setPixmap(tableIcon(table).pixmap(100, 50));
 }
 

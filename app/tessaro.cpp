@@ -573,17 +573,17 @@ void Tessaro::reportProgress(int step, int total)
 {
     const double ratio = double(step) / double(total) * 100.0;
     const int value = std::isfinite(ratio) ? int(ratio) : 0;
-    // The bar always shows the value (it repaints only when the percentage
-    // moves); pending events are let through when it moves or every few tens
-    // of milliseconds, so that long loops stay responsive without spending
-    // their time repainting.
+    // The bar always shows the value; pending events (its repaint among
+    // them) are let through every few tens of milliseconds, so that long
+    // loops stay responsive without spending their time repainting, and
+    // short ones are not slowed at all. The clock is read only every few
+    // dozen steps.
     progress->setValue(value);
-    // The clock is read only every few dozen steps of the same percentage.
     if (value == lastProgressValue && (++progressCalls & 63) != 0)
         return;
-    if (value == lastProgressValue && progressPump.isValid() && progressPump.elapsed() < 30)
-        return;
     lastProgressValue = value;
+    if (progressPump.isValid() && progressPump.elapsed() < 30)
+        return;
     progressPump.start();
     QEventLoop loop;
     loop.processEvents();

@@ -6,6 +6,7 @@
 #include "records/pendingattachments.h"
 #include "filters/recordfilter.h"
 #include "records/fieldvaluelist.h"
+#include "records/subtables.h"
 #include "storage/dbconnection.h"
 
 #include <QElapsedTimer>
@@ -75,6 +76,9 @@ public:
     // Enables the actions that work on the current table only while there is one.
     void updateTableActions();
     void copyIconToDataFolder(const QString &file, QString *storedPath);
+    // Makes the subtable a SUBTABLE column was designed with (nothing when
+    // the design is empty); a refusal is told.
+    void createSubtable(const QString &table, const QString &column, const SubtableDesign &design);
     // The settings row of a new table: its icon, under the id text given.
     void addSettingsRow(const QString &table, const QString &iconPath, const QString &idText);
 
@@ -157,12 +161,15 @@ public slots:
     void sort(bool on);
     void goToRequest(const QString &table, int id);
     void goBack();
+    // Opens the subtable's rows of the current record (a record view's "Apri").
+    void goToSubTableRequest(const QString &table);
 
     // Table designer (records/designerslots.cpp)
     void newTable();
     void addField();
     void addNewTableElement();
     void changeElementSelectedTable(newTableElement *element, const QString &table);
+    void changeElementSelectedSubTable(newTableElement *element, const QString &table);
     void addTableIcon();
     void acceptedNewTable();
     void cancelNewTable();
@@ -264,6 +271,8 @@ private:
     int searchPosition = 0;
     QString previousTable;
     int previousId = 0;
+    bool openingSubtable = false;      // goToSubTableRequest is making the subtable current
+    QString subtableOwnerText;         // the owning record's text, in the title of its rows
     QList<outputDataForm *> outputWidgets;
     // Calculator rows, in the table's column order
     QList<calcForm *> calcRows;

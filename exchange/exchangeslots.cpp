@@ -220,6 +220,8 @@ void Tessaro::importingStructure(const QString &path, const QString &name)
         return;
 
     addSettingsRow(name, structure.iconPath, "0");
+    for (const auto &subtable : structure.subtables)
+        createSubtable(name, subtable.first, subtable.second);
     tableNames << name;
     if (!TableName(name).isHidden()) {
         addTableButton(name);

@@ -11,6 +11,7 @@
 namespace {
 using Naming::IdColumn;
 const char *const Separator = "###";
+const char *const SubtableLine = "#SUBTABLE";
 
 QStringList textLines(const QByteArray &bytes)
 {
@@ -44,6 +45,19 @@ void writeStructure(DbConnection &db, QIODevice &device, const QString &table, c
         if (column != IdColumn)
             out << column << Separator << "text" << "\n";
     }
+    for (const QString &column : columns) {
+        if (!ColumnName(column).isSubtable())
+            continue;
+        const SubtableDesign design = Subtables::configurationOf(db, table, column);
+        if (design.isEmpty())
+            continue;
+        QList<ColumnDefinition> fields = design.fields;
+        if (fields.isEmpty())
+            fields << ColumnDefinition();
+        for (const ColumnDefinition &field : qAsConst(fields))
+            out << SubtableLine << Separator << column << Separator << design.name << Separator << field.first
+                << Separator << field.second << "\n";
+    }
 }
 
 TableStructure readStructure(const QByteArray &bytes)
@@ -53,6 +67,18 @@ TableStructure readStructure(const QByteArray &bytes)
     structure.iconPath = lines.value(0);
     for (int i = 1; i < lines.size(); ++i) {
         const QString &line = lines.at(i);
+        if (line.startsWith(QString(SubtableLine) + Separator)) {
+            const QStringList parts = line.split(Separator);
+            const QString column = parts.value(1), name = parts.value(2);
+            if (column.isEmpty() || name.isEmpty())
+                continue;
+            if (structure.subtables.isEmpty() || structure.subtables.last().first != column)
+                structure.subtables << qMakePair(column, SubtableDesign{name, {}});
+            if (!parts.value(3).isEmpty())
+                structure.subtables.last().second.fields
+                    << ColumnDefinition(parts.value(3), sqlTypeFor(parts.value(3), parts.value(4)));
+            continue;
+        }
         const int at = line.indexOf(Separator);
         const QString name = at < 0 ? line : line.left(at);
         const QString word = at < 0 ? QString() : line.mid(at + 3);

@@ -60,6 +60,7 @@ void Tessaro::addNewTableElement()
     tableElements << element;
     connect(element, &newTableElement::addNewElem, this, &Tessaro::addNewTableElement);
     connect(element, &newTableElement::changeTable, this, &Tessaro::changeElementSelectedTable);
+    connect(element, &newTableElement::changeSubTable, this, &Tessaro::changeElementSelectedSubTable);
     element->setTableList(tableNames);
     ui->newTableLayout->addWidget(element);
 }
@@ -76,6 +77,21 @@ void Tessaro::changeElementSelectedTable(newTableElement *element, const QString
         }
     }
     element->setFieldList(fields);
+}
+
+void Tessaro::changeElementSelectedSubTable(newTableElement *element, const QString &table)
+{
+    // A subtable's field looks up other tables as any field does.
+    changeElementSelectedTable(element, table);
+}
+
+void Tessaro::createSubtable(const QString &table, const QString &column, const SubtableDesign &design)
+{
+    if (design.isEmpty())
+        return;
+    QString refusal;
+    if (!Subtables::create(*db, table, column, design, &refusal) && !refusal.isEmpty())
+        MessageHandler::current()->warning(refusal);
 }
 
 void Tessaro::addTableIcon()
@@ -124,11 +140,22 @@ void Tessaro::acceptedNewTable()
         }
     }
     for (newTableElement *element : qAsConst(tableElements)) {
+        // A subtable's name becomes part of a table name; its fields are fields.
+        QList<QPair<QString, QString>> checked; // (name, why not)
         const QString field = element->typedFieldName();
-        const QString reason = field.isEmpty() ? QString() : invalidFieldNameReason(field);
-        if (!reason.isEmpty()) {
-            messages->warning(refusedNameWarning(field, reason));
-            return;
+        if (!field.isEmpty())
+            checked << qMakePair(field, invalidFieldNameReason(field));
+        const QString subtable = element->typedSubtableName();
+        if (!element->subtableDesign().isEmpty() || !subtable.isNull())
+            checked << qMakePair(subtable, subtable.trimmed().isEmpty() ? QString::fromUtf8("Usa almeno una lettera o una cifra.")
+                                                                     : invalidTableNameReason(subtable));
+        for (const QString &subField : element->typedSubtableFieldNames())
+            checked << qMakePair(subField, invalidFieldNameReason(subField));
+        for (const auto &name : qAsConst(checked)) {
+            if (!name.second.isEmpty()) {
+                messages->warning(refusedNameWarning(name.first, name.second));
+                return;
+            }
         }
     }
 
@@ -138,9 +165,10 @@ void Tessaro::acceptedNewTable()
             return;
         for (newTableElement *element : qAsConst(tableElements)) {
             const ColumnDefinition column = element->columnDefinition();
-            if (!column.first.isEmpty())
-                db->addColumn(name, column.first, column.second);
+            if (!column.first.isEmpty() && db->addColumn(name, column.first, column.second))
+                createSubtable(name, column.first, element->subtableDesign());
         }
+        tableNames = db->getTables();
         clearTableDesigner();
         changeToUsersPage();
         vwRecord(currentId);
@@ -166,6 +194,8 @@ void Tessaro::acceptedNewTable()
     // The Id text is a single character, which insertRecord does not read as
     // a number: the database gives the row the next free id.
     addSettingsRow(name, ui->leIconData->text(), QString(QChar((db->countRecords(Naming::SettingsTable) + 1) % 256)));
+    for (newTableElement *element : qAsConst(tableElements))
+        createSubtable(name, element->columnDefinition().first, element->subtableDesign());
 
     clearTableDesigner();
     tableNames << name;

@@ -3,6 +3,9 @@
 
 #include "app/resources.h"
 #include "records/wheelguard.h"
+
+#include <QLabel>
+#include <QLineEdit>
 #include "storage/namingscheme.h"
 #include "storage/tablename.h"
 
@@ -15,12 +18,16 @@ QStringList newTableElement::typeTags()
     return designerTypeTags();
 }
 
-newTableElement::newTableElement(QWidget *parent) : QWidget(parent), ui(new Ui::newTableElement)
+newTableElement::newTableElement(QWidget *parent, bool subtableField)
+    : QWidget(parent), ui(new Ui::newTableElement), subtableVariant(subtableField)
 {
     loadTessaroResources();
     ui->setupUi(this);
 
     tags = typeTags();
+    // A subtable's field cannot own a subtable of its own.
+    if (subtableVariant)
+        tags.removeAll(Naming::SubtableTag);
     for (const QString &tag : qAsConst(tags)) {
         sqlTypes << sqlTypeForTag(tag);
         ui->cbType->addItem(typeStem(tag));
@@ -35,6 +42,7 @@ newTableElement::newTableElement(QWidget *parent) : QWidget(parent), ui(new Ui::
     connect(ui->cbExistList, &QComboBox::currentTextChanged, this, &newTableElement::changeSelectedTable);
     connect(ui->cbType, &QComboBox::currentTextChanged, this, &newTableElement::changeFieldType);
 
+    ui->subFrame->hide();
     changeFieldType(ui->cbType->currentText());
 }
 
@@ -45,6 +53,9 @@ newTableElement::~newTableElement()
 
 void newTableElement::setTableList(const QStringList &internalNames)
 {
+    tables = internalNames;
+    for (newTableElement *row : qAsConst(subRows))
+        row->setTableList(internalNames);
     ui->cbExistList->clear();
     ui->cbExistList2->clear();
     for (const QString &name : internalNames) {
@@ -130,6 +141,18 @@ void newTableElement::changeSelectedTable(const QString &table)
 
 void newTableElement::changeFieldType(const QString &type)
 {
+    // A SUBTABLE row designs its subtable below it.
+    const bool subtable = !subtableVariant && type == typeStem(Naming::SubtableTag);
+    if (subtable && !subName) {
+        auto *label = new QLabel(QString::fromUtf8("Nome della sottotabella"), ui->subFrame);
+        subName = new QLineEdit(QString::fromUtf8("Nuovo Nome"), ui->subFrame);
+        subName->setObjectName("leSubName");
+        label->setBuddy(subName);
+        ui->subLayout->addWidget(label);
+        ui->subLayout->addWidget(subName);
+        addSubtableRow();
+    }
+    ui->subFrame->setVisible(subtable);
     // A link names its table: the combo replaces the name and the flag, which
     // are only used when there is no table to link to.
     const bool link = type == typeStem(LinkTag);
@@ -137,6 +160,47 @@ void newTableElement::changeFieldType(const QString &type)
     ui->cbExistList2->setVisible(link);
     ui->leName->setVisible(!linkToTable);
     ui->cbRequired->setEnabled(!linkToTable);
+}
+
+void newTableElement::addSubtableRow()
+{
+    auto *row = new newTableElement(ui->subFrame, true);
+    subRows << row;
+    row->setTableList(tables);
+    ui->subLayout->addWidget(row);
+    connect(row, &newTableElement::addNewElem, this, &newTableElement::addSubtableRow);
+    connect(row, &newTableElement::changeTable, this, &newTableElement::changeSubTable);
+}
+
+SubtableDesign newTableElement::subtableDesign() const
+{
+    SubtableDesign design;
+    if (!subName || ui->subFrame->isHidden() || ui->cbFromTable->isChecked())
+        return design;
+    design.name = subName->text().simplified().replace(' ', '_');
+    for (const newTableElement *row : subRows) {
+        const ColumnDefinition field = row->columnDefinition();
+        if (!field.first.isEmpty())
+            design.fields << field;
+    }
+    return design;
+}
+
+QString newTableElement::typedSubtableName() const
+{
+    return subName && !ui->subFrame->isHidden() ? subName->text() : QString();
+}
+
+QStringList newTableElement::typedSubtableFieldNames() const
+{
+    QStringList names;
+    if (subName && !ui->subFrame->isHidden()) {
+        for (const newTableElement *row : subRows) {
+            if (!row->typedFieldName().isEmpty())
+                names << row->typedFieldName();
+        }
+    }
+    return names;
 }
 
 bool newTableElement::hasInput() const

@@ -1,6 +1,7 @@
 #ifndef NEWTABLEELEMENT_H
 #define NEWTABLEELEMENT_H
 
+#include "records/subtables.h"
 #include "storage/dbconnection.h"
 
 #include <QStringList>
@@ -14,12 +15,16 @@ class newTableElement;
 // type, a name and the required flag (a LINK field names the linked table);
 // on its from-table page the user picks a column of another table, which gives
 // a lookup column. The row turns this into one column definition.
+//
+// A row whose type is SUBTABLE also designs the subtable: the name of its
+// configuration (pre-filled "Nuovo Nome") and its fields, one row each of the
+// second kind, which offers every type but SUBTABLE.
 class newTableElement : public QWidget
 {
     Q_OBJECT
 
 public:
-    explicit newTableElement(QWidget *parent = nullptr);
+    explicit newTableElement(QWidget *parent = nullptr, bool subtableField = false);
     ~newTableElement() override;
 
     // Offers every user table in both table combos: the display name is shown,
@@ -46,9 +51,19 @@ public:
     // Type tags offered by cbType, in its order.
     static QStringList typeTags();
 
+    // A SUBTABLE row's subtable, as designed; empty for any other row.
+    SubtableDesign subtableDesign() const;
+    // The names typed on a SUBTABLE row: its configuration's and its fields'.
+    QString typedSubtableName() const;
+    QStringList typedSubtableFieldNames() const;
+    const QList<newTableElement *> &subtableRows() const { return subRows; }
+    bool isSubtableField() const { return subtableVariant; }
+
 signals:
     void addNewElem();
     void changeTable(newTableElement *element, const QString &table);
+    // The table chosen on a row of this row's subtable.
+    void changeSubTable(newTableElement *element, const QString &table);
 
 public slots:
     void sendNewAdd();
@@ -57,7 +72,13 @@ public slots:
     void changeFieldType(const QString &type);
 
 private:
+    void addSubtableRow();
+
     Ui::newTableElement *ui;
+    bool subtableVariant = false;
+    QStringList tables; // offered in the table combos
+    class QLineEdit *subName = nullptr;
+    QList<newTableElement *> subRows;
     QStringList tags;     // indexed like cbType
     QStringList sqlTypes; // SQL type of each tag, indexed alike
 };

@@ -127,6 +127,9 @@ void Tessaro::buildRecordPage(int id, bool newPage)
             continue;
         }
 
+        // A new row of a subtable opened from a record belongs to that record.
+        if (column.isOwner() && newPage && currentTable == db->rowScopeTable())
+            value = db->rowScopeValue();
         // A link column always holds the name of the table it links to.
         if (column.isLink())
             value = column.linkTable();

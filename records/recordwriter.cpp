@@ -75,11 +75,14 @@ int RecordWriter::insert(const QString &table, FieldValueList fields, bool keepG
     duplicate = false;
     if (!refusalText.isEmpty())
         return -1;
-    // The first data column identifies a record: no two may share it.
-    if (fields.size() >= 2 && db.nameInFirstColumn(table, fields.at(1).second)) {
+    // The first data column identifies a record: no two may share it (in a
+    // subtable, the column after the owner, among the owner's rows).
+    const int first = fields.size() > 2 && fields.at(1).first == Naming::OwnerColumn ? 2 : 1;
+    if (fields.size() > first && db.nameInFirstColumn(table, fields.at(first).second)) {
         duplicate = true;
         refusalText = QString::asprintf("ERRORE: L'identificativo '%s' esiste già nella tabella %s.\n",
-                                        u8(fields.at(1).second).constData(), u8(TableName(table).display()).constData());
+                                        u8(fields.at(first).second).constData(),
+                                        u8(TableName(table).display()).constData());
         return -1;
     }
 
@@ -92,6 +95,8 @@ int RecordWriter::insert(const QString &table, FieldValueList fields, bool keepG
             break;
         }
     }
+    // After the id put in front, the identifier of the record's folder.
+    const int identifierAt = hasId ? first : 1;
     if (!hasId)
         fields.prepend(FieldValue(IdColumn, "0"));
 
@@ -109,13 +114,13 @@ int RecordWriter::insert(const QString &table, FieldValueList fields, bool keepG
     for (int i = 1; i < fields.size(); ++i)
         hasUserPath = hasUserPath || fields.at(i).first == UserPathColumn;
     if (hasUserPath) {
-        const ColumnName first(fields.at(1).first);
-        QString identifier = fields.at(1).second;
-        if (first.isLookup()) {
-            const QSqlRecord other = db.getRecordById(first.lookupTable(), identifier.toInt());
-            identifier = db.getFieldValue(first.lookupTable(), other, first.lookupColumn()).toString();
+        const ColumnName column(fields.at(identifierAt).first);
+        QString identifier = fields.at(identifierAt).second;
+        if (column.isLookup()) {
+            const QSqlRecord other = db.getRecordById(column.lookupTable(), identifier.toInt());
+            identifier = db.getFieldValue(column.lookupTable(), other, column.lookupColumn()).toString();
         }
-        if (!db.updateField(table, id, UserPathColumn, userPathFor(table, identifier, first.isLookup())))
+        if (!db.updateField(table, id, UserPathColumn, userPathFor(table, identifier, column.isLookup())))
             return -1;
     }
     for (int i = 1; i < fields.size(); ++i) {
@@ -414,6 +419,7 @@ struct RecordWriter::Bulk::State {
     bool lookupUserPath = false;
     ColumnName identifierColumn;
     int otherColumnIndex = -1; // when the lookup refers to this very table
+    int first = 1; // the identifier's column
     QHash<int, QVariant> otherValues;
     QVector<QVariant> row;
     QByteArray key;
@@ -432,6 +438,8 @@ RecordWriter::Bulk::Bulk(RecordWriter &writer, const QString &table)
         return;
 
     State &s = *state;
+    s.first = db.firstDataColumn(table);
+    const int first = s.first;
     for (int i = 0; i < names.size(); ++i) {
         const QString &column = names.at(i);
         if (i == 0)
@@ -449,13 +457,13 @@ RecordWriter::Bulk::Bulk(RecordWriter &writer, const QString &table)
     for (int i = 0; i < list.ids.size(); ++i) {
         s.ids.insert(list.ids.at(i));
         s.maxId = qMax<qint64>(s.maxId, list.ids.at(i));
-        if (names.size() >= 2)
+        if (names.size() > first)
             s.identifiers.insert(identifierKey(list.values.at(i).toString()).toUtf8());
     }
     list = DbConnection::ListColumn();
 
-    if (names.size() >= 2) {
-        s.identifierColumn = ColumnName(names.at(1));
+    if (names.size() > first) {
+        s.identifierColumn = ColumnName(names.at(first));
         s.identifierIsLookup = s.identifierColumn.isLookup();
         if (s.identifierIsLookup && s.userPath) {
             s.lookupUserPath = true;
@@ -513,8 +521,9 @@ RecordWriter::Bulk::Result RecordWriter::Bulk::add(const QByteArray &requestedId
         return Failed;
 
     QByteArray &key = s.key;
-    if (columnCount >= 2) {
-        identifierKeyInto(values.at(1), &key);
+    const int first = s.first;
+    if (columnCount > first) {
+        identifierKeyInto(values.at(first), &key);
         if (s.identifiers.contains(key))
             return Duplicate;
     }
@@ -553,7 +562,7 @@ RecordWriter::Bulk::Result RecordWriter::Bulk::add(const QByteArray &requestedId
         }
     }
     if (s.userPath) {
-        const QString identifier = QString::fromUtf8(values.at(1));
+        const QString identifier = QString::fromUtf8(values.at(qMin(first, columnCount - 1)));
         const QByteArray path =
             s.lookupUserPath
                 ? userPathFor(table, s.otherValues.value(identifier.toInt()).toString(), true).toUtf8()
@@ -574,20 +583,20 @@ RecordWriter::Bulk::Result RecordWriter::Bulk::add(const QByteArray &requestedId
     const int newId = int(id);
     s.ids.insert(newId);
     s.maxId = qMax(s.maxId, id);
-    if (columnCount >= 2) {
+    if (columnCount > first) {
         // A value that went in as given is the identifier already known.
-        const QVariant &stored = row.at(1);
+        const QVariant &stored = row.at(first);
         if (!s.identifierIsLookup && stored.type() == QVariant::ByteArray
-            && static_cast<const QByteArray *>(stored.constData())->constData() == values.at(1).constData()) {
+            && static_cast<const QByteArray *>(stored.constData())->constData() == values.at(first).constData()) {
             s.identifiers.insert(key);
         } else {
-            const QString written = QString::fromUtf8(row.at(1).toByteArray());
+            const QString written = QString::fromUtf8(row.at(first).toByteArray());
             // A lookup column keeps numbers as numbers: a plain integer reads back
             // as written, and text without digits stays text; anything else is
             // read back as stored.
             const bool asWritten = !s.identifierIsLookup || isPlainInteger(written) || !hasDigit(written);
             s.identifiers.insert(
-                identifierKey(asWritten ? written : writer.db.storedValue(table, names.at(1), newId).toString())
+                identifierKey(asWritten ? written : writer.db.storedValue(table, names.at(first), newId).toString())
                     .toUtf8());
         }
     }

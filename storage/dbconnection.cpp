@@ -257,6 +257,48 @@ const DbConnection::TableShape &DbConnection::shape(const QString &table)
     return shapes.insert(table, shape).value();
 }
 
+QString DbConnection::scopeClause(const QString &table) const
+{
+    if (scopeTable.isEmpty() || table != scopeTable)
+        return QString();
+    return QString::asprintf(" WHERE %s = ?", u8(sqlName(scopeColumn)).constData());
+}
+
+QVariantList DbConnection::scopeValues(const QString &table) const
+{
+    return scopeTable.isEmpty() || table != scopeTable ? QVariantList() : QVariantList{scopeValue};
+}
+
+void DbConnection::setRowScope(const QString &table, const QString &column, int value)
+{
+    scopeTable = table;
+    scopeColumn = column;
+    scopeValue = value;
+}
+
+void DbConnection::clearRowScope()
+{
+    scopeTable.clear();
+}
+
+int DbConnection::firstDataColumn(const QString &table)
+{
+    const QStringList &names = shape(table).names;
+    return names.size() > 2 && names.at(1) == Naming::OwnerColumn ? 2 : 1;
+}
+
+bool DbConnection::createIndex(const QString &table, const QString &column)
+{
+    QString error;
+    if (execWrite(QString::asprintf("CREATE INDEX IF NOT EXISTS %s ON %s (%s)",
+                                    u8(sqlName(table + "_" + column)).constData(), u8(sqlName(table)).constData(),
+                                    u8(sqlName(column)).constData()),
+                  {}, &error))
+        return true;
+    fail(QString::asprintf("ERRORE: Impossibile creare la tabella %s!\n%s", u8(table).constData(), u8(error).constData()));
+    return false;
+}
+
 bool DbConnection::isEditableTable(const QString &table)
 {
     return shape(table).editable;
@@ -376,6 +418,9 @@ QString DbConnection::storedText(const QString &value)
 
 QString DbConnection::storedForm(const QString &column, const QString &value)
 {
+    // A lookup with no record chosen stays empty, whatever column it shows.
+    if (value.isEmpty() && ColumnName(column).isLookup())
+        return value;
     // The number forms store the same text a quoted '%d' or '%f' would.
     if (writesAsWholeNumber(column))
         return QString::asprintf("%d", value.toInt(nullptr, 10));
@@ -426,7 +471,9 @@ bool DbConnection::tableExists(const QString &table)
 int DbConnection::countRecords(const QString &table)
 {
     QSqlQuery q(db);
-    if (!q.exec(QString::asprintf("SELECT count(*) FROM %s", u8(sqlName(table)).constData())) || !q.next()) {
+    if (!run(q, QString::asprintf("SELECT count(*) FROM %s", u8(sqlName(table)).constData()) + scopeClause(table),
+             scopeValues(table))
+        || !q.next()) {
         noteDamage(q, table);
         return 0;
     }
@@ -442,7 +489,8 @@ QSqlRecord DbConnection::getRecordAt(const QString &table, int position)
 {
     QSqlQuery q(db);
     q.setForwardOnly(true);
-    if (!q.exec(QString::asprintf("SELECT * FROM %s", u8(sqlName(table)).constData()))) {
+    if (!run(q, QString::asprintf("SELECT * FROM %s", u8(sqlName(table)).constData()) + scopeClause(table),
+             scopeValues(table))) {
         noteDamage(q, table);
         return q.record();
     }
@@ -561,16 +609,19 @@ bool DbConnection::nameInFirstColumn(const QString &table, const QString &text)
     // Compared as it would be stored: doubled apostrophes are undone.
     const QString wanted = normalized(storedText(text));
 
+    // A subtable's rows are told apart within the rows of their owner.
+    const int first = firstDataColumn(table);
     QSqlQuery q(db);
     q.setForwardOnly(true);
-    if (!q.exec(QString::asprintf("SELECT * FROM %s", u8(sqlName(table)).constData()))) {
+    if (!run(q, QString::asprintf("SELECT * FROM %s", u8(sqlName(table)).constData()) + scopeClause(table),
+             scopeValues(table))) {
         noteDamage(q, table);
         return false;
     }
-    if (q.record().count() < 2)
+    if (q.record().count() < first + 1)
         return false;
     while (q.next()) {
-        if (normalized(q.value(1).toString()) == wanted)
+        if (normalized(q.value(first).toString()) == wanted)
             return true;
     }
     noteDamage(q, table);
@@ -599,14 +650,15 @@ QList<QSqlRecord> DbConnection::getAllRecords(const QString &table)
 // query planner picks.
 QString DbConnection::wholeTableSelect(const QString &table, const QStringList &columns)
 {
-    const QString all = QString::asprintf("SELECT * FROM %s", u8(sqlName(table)).constData());
+    const QString all = QString::asprintf("SELECT * FROM %s", u8(sqlName(table)).constData()) + scopeClause(table);
     QSqlQuery pragma(db);
     if (!pragma.exec(QString::asprintf("PRAGMA index_list(%s)", u8(sqlName(table)).constData())) || pragma.next())
         return all;
     QStringList names;
     for (const QString &column : columns)
         names << sqlName(column);
-    return QString::asprintf("SELECT %s FROM %s", u8(names.join(",")).constData(), u8(sqlName(table)).constData());
+    return QString::asprintf("SELECT %s FROM %s", u8(names.join(",")).constData(), u8(sqlName(table)).constData())
+           + scopeClause(table);
 }
 
 bool DbConnection::readListColumn(const QString &table, const std::function<void(int, const QVariant &)> &row)
@@ -614,7 +666,11 @@ bool DbConnection::readListColumn(const QString &table, const std::function<void
     const QStringList names = getFieldNames(table);
     if (names.isEmpty())
         return false;
-    const bool hasSecond = names.size() >= 2;
+    // The list column is the first data column: the second, or, in a
+    // subtable, the one after its owner.
+    const int first = firstDataColumn(table);
+    const bool hasSecond = names.size() > first;
+    const QStringList list = hasSecond ? QStringList{names.first(), names.at(first)} : QStringList{names.first()};
 
     QSqlQuery q(db);
     q.setForwardOnly(true);
@@ -631,13 +687,16 @@ bool DbConnection::readListColumn(const QString &table, const std::function<void
         noteDamage(q, table);
         return true;
     }
-    if (!q.exec(wholeTableSelect(table, names.mid(0, 2)))) {
+    const QString statement = wholeTableSelect(table, list);
+    if (!run(q, statement, scopeValues(table))) {
         noteDamage(q, table);
         return false;
     }
+    // With "SELECT *" the columns keep their own positions.
+    const int at = statement.startsWith("SELECT * ") ? first : 1;
     const QVariant none;
     while (q.next())
-        row(q.value(0).toInt(), hasSecond ? q.value(1) : none);
+        row(q.value(0).toInt(), hasSecond ? q.value(at) : none);
     noteDamage(q, table);
     return true;
 }
@@ -645,7 +704,7 @@ bool DbConnection::readListColumn(const QString &table, const std::function<void
 DbConnection::ListColumn DbConnection::readListColumn(const QString &table)
 {
     ListColumn result;
-    result.name = getFieldNames(table).value(1);
+    result.name = getFieldNames(table).value(firstDataColumn(table));
     readListColumn(table, [&result](int id, const QVariant &value) {
         result.ids.append(id);
         result.values.append(value);
@@ -681,7 +740,7 @@ void DbConnection::readValuesById(const QString &table, const QString &column,
     QSqlQuery q(db);
     q.setForwardOnly(true);
     const QString statement = wholeTableSelect(table, wanted);
-    if (!q.exec(statement)) {
+    if (!run(q, statement, scopeValues(table))) {
         noteDamage(q, table);
         return;
     }
@@ -751,7 +810,7 @@ bool DbConnection::readColumns(const QString &table, const QStringList &columns,
     QSqlQuery q(db);
     q.setForwardOnly(true);
     const QString statement = wholeTableSelect(table, present);
-    if (!q.exec(statement)) {
+    if (!run(q, statement, scopeValues(table))) {
         noteDamage(q, table);
         return false;
     }
@@ -885,7 +944,8 @@ bool DbConnection::dropTable(const QString &table)
 bool DbConnection::clearTable(const QString &table)
 {
     QString error;
-    if (!execWrite(QString::asprintf("DELETE FROM %s", u8(sqlName(table)).constData()), {}, &error)) {
+    if (!execWrite(QString::asprintf("DELETE FROM %s", u8(sqlName(table)).constData()) + scopeClause(table),
+                   scopeValues(table), &error)) {
         fail(QString::asprintf("ERRORE: Impossibile svuotare la Tabella %s!\n%s", u8(table).constData(),
                                u8(error).constData()));
         return false;
@@ -973,7 +1033,8 @@ bool DbConnection::readRows(const QString &table, QStringList *columns,
 {
     QSqlQuery q(db);
     q.setForwardOnly(true);
-    if (!q.exec(QString::asprintf("SELECT * FROM %s", u8(sqlName(table)).constData())))
+    if (!run(q, QString::asprintf("SELECT * FROM %s", u8(sqlName(table)).constData()) + scopeClause(table),
+             scopeValues(table)))
         return false;
     const QSqlRecord names = q.record();
     const int count = names.count();

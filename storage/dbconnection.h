@@ -83,6 +83,18 @@ public:
     static constexpr const char *RowIdColumn = "rowid";
     bool isBrowsedByRowId(const QString &table);
     QString idColumnOf(const QString &table);
+    // Reads of one table that show only the rows whose column holds value
+    // (a subtable opened from its owning record): counts, positions, whole
+    // table reads, the identifier check and emptying the table. One table
+    // at a time; clearRowScope shows every row again.
+    void setRowScope(const QString &table, const QString &column, int value);
+    void clearRowScope();
+    QString rowScopeTable() const { return scopeTable; }
+    int rowScopeValue() const { return scopeValue; }
+    // The column that identifies a table's records: the second, or in a
+    // subtable the one after its owner column.
+    int firstDataColumn(const QString &table);
+    bool createIndex(const QString &table, const QString &column);
     // Why the table cannot be removed on its own: it is an inner table of a
     // full-text index, or a view or another table's trigger uses it. Empty
     // when it can.
@@ -200,6 +212,8 @@ private:
     bool ask(const QString &question) const;
     void checkSchema();
     QString wholeTableSelect(const QString &table, const QStringList &columns);
+    QString scopeClause(const QString &table) const;
+    QVariantList scopeValues(const QString &table) const;
     // Prepares the statement, binds the values in order and runs it.
     static bool run(QSqlQuery &q, const QString &statement, const QVariantList &values = QVariantList());
     bool execWrite(const QString &statement, const QVariantList &values, QString *error);
@@ -214,6 +228,8 @@ private:
     bool fileReadOnly = false;
     bool busy = false;
     int changes = 0;
+    QString scopeTable, scopeColumn;
+    int scopeValue = 0;
     bool uncommittedChange = false;
     bool sessionReadOnly = false;
     int transactionDepth = 0;
