@@ -83,6 +83,17 @@ TestFolder::~TestFolder()
     QDir::setCurrent(previous);
 }
 
+void reportTo(DbConnection &db, MessageHandler &handler)
+{
+    db.setFailureListener([&handler](const QString &message) { handler.warning(message); });
+    db.setAnswerer([&handler](const QString &question) { return handler.question(question); });
+}
+
+QSqlQuery sqlOn(DbConnection &db)
+{
+    return QSqlQuery(QSqlDatabase::database(db.connectionName()));
+}
+
 QStringList dumpTable(DbConnection &db, const QString &table)
 {
     QStringList rows;

@@ -4,6 +4,7 @@
 #include "dialogs/messagehandler.h"
 
 #include <QList>
+#include <QSqlQuery>
 #include <QSqlRecord>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -62,6 +63,12 @@ private:
     QTemporaryDir dir;
     QString previous;
 };
+
+// Tells db's failures and questions to handler, as the window does with
+// the message handler in use.
+void reportTo(DbConnection &db, MessageHandler &handler);
+// A query on db's own connection, for statements the program would not write.
+QSqlQuery sqlOn(DbConnection &db);
 
 // Rows of a table as name=value texts, for quick comparisons.
 QStringList dumpTable(DbConnection &db, const QString &table);

@@ -23,7 +23,7 @@ void fillTable(DbConnection &db, const QStringList &columns, const QStringList &
     for (const QString &column : columns)
         definitions << ColumnDefinition(column, "text");
     QVERIFY(db.createTable("Conti", definitions));
-    QSqlQuery insert;
+    QSqlQuery insert = sqlOn(db);
     QVERIFY(insert.prepare(QString("INSERT INTO Conti (%1) VALUES (%2)")
                                .arg(columns.join(','), QString("?,").repeated(columns.size()).chopped(1))));
     for (const QString &row : rows) {
@@ -76,6 +76,7 @@ void TestCalculator::sums()
     TestFolder folder;
     RecordingMessageHandler messages;
     DbConnection db;
+    reportTo(db, messages);
     QVERIFY(db.openDb(folder.file("calc.db")));
     const QStringList columns = {"NINTEGERFORMAT_Pezzi", "NREALFORMAT_Peso", "NMONEYFORMAT_Saldo"};
     fillTable(db, columns, records);
@@ -87,7 +88,7 @@ void TestCalculator::sums()
     QCOMPARE(result.rowTexts, rowTexts);
     QTEST(result.totalText, "total");
     // A table with an index is read whole, its columns where they stand.
-    QVERIFY(QSqlQuery().exec("CREATE INDEX byPeso ON Conti (NREALFORMAT_Peso)"));
+    QVERIFY(sqlOn(db).exec("CREATE INDEX byPeso ON Conti (NREALFORMAT_Peso)"));
     QCOMPARE(sumColumns(db, "Conti", rows).rowTexts, rowTexts);
 
     // A row adding the values one by one shows the same totals.

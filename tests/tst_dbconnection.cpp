@@ -37,6 +37,7 @@ void TestDbConnection::init()
     folder = new TestFolder;
     messages = new RecordingMessageHandler;
     db = new DbConnection;
+    reportTo(*db, *messages);
     QVERIFY(db->openDb(folder->file("test.db")));
 }
 
@@ -76,7 +77,7 @@ void TestDbConnection::openReplacesConnectionAndRefusesJunk()
 void TestDbConnection::tablesHideSqliteInternals()
 {
     QVERIFY(db->createTable("T", {{"NSTRINGFORMAT_a", "text"}}));
-    QSqlQuery q(QSqlDatabase::database());
+    QSqlQuery q = sqlOn(*db);
     QVERIFY(q.exec("CREATE TABLE auto (k INTEGER PRIMARY KEY AUTOINCREMENT, v text)"));
     QVERIFY(q.exec("INSERT INTO auto (v) VALUES ('x')"));
     QVERIFY(q.exec("CREATE VIEW vw AS SELECT * FROM T"));
@@ -84,8 +85,8 @@ void TestDbConnection::tablesHideSqliteInternals()
     tables.sort();
     QCOMPARE(tables, (QStringList{"T", "auto"}));
     QVERIFY(!db->tableExists("t"));
-    // Names the program makes go into statements as they are; foreign ones are quoted.
-    QCOMPARE(DbConnection::sqlName("RSTRINGFORMAT_x"), QString("RSTRINGFORMAT_x"));
+    // Every name goes into statements quoted, its own quotes doubled.
+    QCOMPARE(DbConnection::sqlName("RSTRINGFORMAT_x"), QString("\"RSTRINGFORMAT_x\""));
     QCOMPARE(DbConnection::sqlName("my \"table\""), QString("\"my \"\"table\"\"\""));
 }
 
@@ -175,7 +176,7 @@ void TestDbConnection::findRecordAndMaxId()
     QVERIFY(!db->nameInFirstColumn("T", "du e"));
 
     QVERIFY(db->clearTable("T"));
-    QSqlQuery q(QSqlDatabase::database());
+    QSqlQuery q = sqlOn(*db);
     QVERIFY(q.exec("INSERT INTO T VALUES (-5, 'a')"));
     QCOMPARE(db->getMaxId("T"), 0);
     QVERIFY(messages->said.isEmpty());

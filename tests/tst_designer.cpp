@@ -69,10 +69,10 @@ struct Fixture {
 };
 
 // "name type" for each column, the declared type as SQLite reports it, in lower case.
-QStringList declaredColumns(const QString &table)
+QStringList declaredColumns(DbConnection &db, const QString &table)
 {
     QStringList columns;
-    QSqlQuery q(QSqlDatabase::database());
+    QSqlQuery q = sqlOn(db);
     q.exec("PRAGMA table_info(" + table + ")");
     while (q.next())
         columns << (q.value(1).toString() + " " + q.value(2).toString().toLower()).trimmed();
@@ -129,7 +129,7 @@ void TestDesigner::createdColumns()
     // A new session on the same file finds every type and flag in the names alone.
     s.window.reset();
     s.window.reset(new Tessaro);
-    QTEST(declaredColumns("INFORMATICA"), "columns");
+    QTEST(declaredColumns(s.db(), "INFORMATICA"), "columns");
 }
 
 void TestDesigner::buttonsAndSettingsRows()
@@ -229,7 +229,7 @@ void TestDesigner::addFieldMode()
     s.window->newTable();
     s.fill("Plain", {"URL:Sito"});
     s.window->acceptedNewTable();
-    QCOMPARE(declaredColumns("Plain"), QStringList({"RINTEGERFORMAT_Id integer", "RSTRINGFORMAT_Nome text",
+    QCOMPARE(declaredColumns(s.db(), "Plain"), QStringList({"RINTEGERFORMAT_Id integer", "RSTRINGFORMAT_Nome text",
                                                     "NIMAGEFORMAT_Foto text", "RSTRINGFORMAT_Nome_XMLTYX_2 text",
                                                     "NURLFORMAT_Sito text"}));
     QCOMPARE(s.buttons(), buttons);

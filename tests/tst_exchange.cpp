@@ -44,7 +44,7 @@ struct Fixture {
         QStringList marks;
         for (int i = 0; i < values.size(); ++i)
             marks << "?";
-        QSqlQuery q(QSqlDatabase::database());
+        QSqlQuery q = sqlOn(db());
         q.prepare(QString("INSERT INTO %1 VALUES (%2)").arg(table, marks.join(",")));
         for (const QVariant &value : values)
             q.addBindValue(value);

@@ -122,7 +122,7 @@ void TestRecordList::rowOfARecord()
     for (const char *statement :
          {"CREATE TABLE Frutta (RINTEGERFORMAT_Id INTEGER, RSTRINGFORMAT_Nome TEXT)",
           "INSERT INTO Frutta VALUES (1, 'mela'), (2, ''), (3, '----'), (4, 'pera'), (4, 'kiwi'), (5, 'mela')"})
-        QVERIFY2(QSqlQuery(QSqlDatabase::database()).exec(statement), statement);
+        QVERIFY2(sqlOn(*s.window->connection()).exec(statement), statement);
     s.window->changeTable("Frutta");
     QCOMPARE(s.items(), QStringList({"mela", "----", "----", "pera", "kiwi", "mela"}));
     s.window->vwRecord(id);
@@ -282,7 +282,7 @@ void TestRecordList::foreignDatabase()
              "CREATE INDEX byLabel ON \"my table\" (label)",
              "INSERT INTO \"my table\" VALUES (1, 'mela', 'a'), (2, 'arancia', 'b'), (3, 'banana', 'c')",
              "CREATE TABLE plain (x TEXT PRIMARY KEY, y TEXT) WITHOUT ROWID"})
-        QVERIFY2(QSqlQuery(QSqlDatabase::database()).exec(statement), statement);
+        QVERIFY2(sqlOn(*s.window->connection()).exec(statement), statement);
     s.start("foreign.db"); // tables made behind the program's back
 
     s.window->changeTable("order");

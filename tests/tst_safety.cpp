@@ -123,6 +123,7 @@ void SafetyTest::valuesAreBound()
                "NSTRINGFORMAT_Nota text, NMAILFORMAT_Posta text)",
                "INSERT INTO T VALUES (1, 'a', 'a', 'a'), (2, 'b', 'b', 'b')"});
     DbConnection db;
+    reportTo(db, s.messages);
     QVERIFY(db.openDb(s.path));
     QVERIFY(db.updateField("T", 1, column, value));
     const int at = db.getFieldNames("T").indexOf(column);
@@ -186,7 +187,7 @@ void SafetyTest::recordIsWrittenWholeOrNotAtAll()
                "NSTRINGFORMAT_Nota text CHECK (NSTRINGFORMAT_Nota <> 'vietata'))",
                "INSERT INTO Contatti VALUES (1, 'Anna', 'prima')"});
     Tessaro &w = s.open();
-    QVERIFY(setup.isEmpty() || QSqlQuery(QSqlDatabase::database()).exec(setup));
+    QVERIFY(setup.isEmpty() || sqlOn(*w.connection()).exec(setup));
     const QStringList before = s.rows("Contatti");
 
     // A new record, then an edited one, whose note cannot be written.
@@ -235,7 +236,7 @@ void SafetyTest::foreignTablesAreOnlyBrowsed()
     const QString refused = QString::fromUtf8("ERRORE: La Tabella %1 non segue lo schema di questo programma: i suoi "
                                               "Record si possono solo consultare!\n").arg(table);
     QCOMPARE(s.messages.warnings, QStringList({refused, refused, refused, refused}));
-    QSqlQuery check(QSqlDatabase::database());
+    QSqlQuery check = sqlOn(*w.connection());
     QVERIFY2(check.exec("INSERT INTO Indice(Indice) VALUES ('integrity-check')"), qPrintable(check.lastError().text()));
 }
 

@@ -26,7 +26,7 @@ void makeDatabase(const QString &path, const QStringList &statements)
     {
         DbConnection db;
         QVERIFY(db.openDb(path));
-        QSqlQuery q(QSqlDatabase::database());
+        QSqlQuery q = sqlOn(db);
         for (const QString &statement : statements)
             QVERIFY2(q.exec(statement), qPrintable(statement));
     }
