@@ -1,53 +1,14 @@
 #include "testsupport.h"
 
-#include "app/tessaro.h"
-#include "records/inputdataform.h"
-#include "storage/dbconnection.h"
+#include "dialogs/listbuttonform.h"
 
-#include <QAbstractSpinBox>
-#include <QApplication>
-#include <QDir>
-#include <QFile>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QPushButton>
-#include <QStackedWidget>
-#include <QtTest>
-
-RecordingMessageHandler::RecordingMessageHandler()
-{
-    MessageHandler::install(this);
-}
-
-RecordingMessageHandler::~RecordingMessageHandler()
-{
-    MessageHandler::install(nullptr);
-}
-
-void RecordingMessageHandler::warning(const QString &text)
-{
-    warnings << text;
-    said << "warning: " + text;
-}
-
-void RecordingMessageHandler::information(const QString &text)
-{
-    informations << text;
-    said << "information: " + text;
-}
+#include <QSqlError>
 
 bool RecordingMessageHandler::question(const QString &text)
 {
     questions << text;
     said << "question: " + text;
     return answers.isEmpty() ? defaultAnswer : answers.takeFirst();
-}
-
-QString RecordingMessageHandler::openFileName(QWidget *, const QString &caption, const QString &dir,
-                                              const QString &filter)
-{
-    fileDialogs << caption + "|" + dir + "|" + filter;
-    return fileAnswers.isEmpty() ? QString() : fileAnswers.takeFirst();
 }
 
 QStringList RecordingMessageHandler::openFileNames(QWidget *, const QString &caption, const QString &dir,
@@ -57,8 +18,7 @@ QStringList RecordingMessageHandler::openFileNames(QWidget *, const QString &cap
     return multiFileAnswers.isEmpty() ? QStringList() : multiFileAnswers.takeFirst();
 }
 
-QString RecordingMessageHandler::saveFileName(QWidget *, const QString &caption, const QString &dir,
-                                              const QString &filter)
+QString RecordingMessageHandler::choose(const QString &caption, const QString &dir, const QString &filter)
 {
     fileDialogs << caption + "|" + dir + "|" + filter;
     return fileAnswers.isEmpty() ? QString() : fileAnswers.takeFirst();
@@ -66,21 +26,8 @@ QString RecordingMessageHandler::saveFileName(QWidget *, const QString &caption,
 
 void RecordingMessageHandler::clear()
 {
-    said.clear();
-    warnings.clear();
-    informations.clear();
-    questions.clear();
-    fileDialogs.clear();
-}
-
-TestFolder::TestFolder() : previous(QDir::currentPath())
-{
-    QDir::setCurrent(dir.path());
-}
-
-TestFolder::~TestFolder()
-{
-    QDir::setCurrent(previous);
+    for (QStringList *list : {&said, &warnings, &informations, &questions, &fileDialogs})
+        list->clear();
 }
 
 void reportTo(DbConnection &db, MessageHandler &handler)
@@ -92,6 +39,13 @@ void reportTo(DbConnection &db, MessageHandler &handler)
 QSqlQuery sqlOn(DbConnection &db)
 {
     return QSqlQuery(QSqlDatabase::database(db.connectionName()));
+}
+
+void run(DbConnection &db, const QStringList &statements)
+{
+    QSqlQuery q = sqlOn(db);
+    for (const QString &statement : statements)
+        QVERIFY2(q.exec(statement), qPrintable(statement + ": " + q.lastError().text()));
 }
 
 QStringList dumpTable(DbConnection &db, const QString &table)
@@ -110,8 +64,7 @@ QStringList dumpTable(DbConnection &db, const QString &table)
 
 bool rememberDb(const QString &path)
 {
-    QFile last("lastDb.dat");
-    return last.open(QIODevice::WriteOnly) && last.write(path.toUtf8()) == path.toUtf8().size();
+    return writeFile("lastDb.dat", path.toUtf8());
 }
 
 bool makeTable(DbConnection &db, const QString &name, const QStringList &columns, const QStringList &rows)
@@ -138,6 +91,14 @@ QStringList itemTexts(const QListWidget *list)
     for (int i = 0; i < list->count(); ++i)
         texts << list->item(i)->text();
     return texts;
+}
+
+QStringList tableLabels(const Tessaro &window)
+{
+    QStringList labels;
+    for (const ListButtonForm *button : window.tableButtonList())
+        labels << button->labelText();
+    return labels;
 }
 
 QString readFile(const QString &path)

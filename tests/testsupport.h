@@ -1,39 +1,40 @@
 #ifndef TESTSUPPORT_H
 #define TESTSUPPORT_H
 
+#include "app/tessaro.h"
 #include "dialogs/messagehandler.h"
+#include "records/inputdataform.h"
+#include "storage/dbconnection.h"
 
-#include <QList>
 #include <QSqlQuery>
-#include <QSqlRecord>
-#include <QStringList>
 #include <QTemporaryDir>
+#include <QtTest>
+#include <QtWidgets>
 
 #include <functional>
 #include <memory>
 
-#include "app/tessaro.h"
-
-class DbConnection;
-class QListWidget;
-class QWidget;
-class inputDataForm;
-
 // Records every message, question and file choice, and answers them:
 // questions from a queue (then the default answer), file choices from queues.
+// Installs itself while it lives; the real boxes come back after.
 class RecordingMessageHandler : public MessageHandler
 {
 public:
-    RecordingMessageHandler();  // installs itself
-    ~RecordingMessageHandler() override; // restores the real boxes
+    RecordingMessageHandler() { MessageHandler::install(this); }
+    ~RecordingMessageHandler() override { MessageHandler::install(nullptr); }
 
-    void warning(const QString &text) override;
-    void information(const QString &text) override;
+    void warning(const QString &text) override { warnings << text; said << "warning: " + text; }
+    void information(const QString &text) override { informations << text; said << "information: " + text; }
     bool question(const QString &text) override;
-    QString openFileName(QWidget *, const QString &caption, const QString &dir, const QString &filter) override;
-    QStringList openFileNames(QWidget *, const QString &caption, const QString &dir,
-                              const QString &filter) override;
-    QString saveFileName(QWidget *, const QString &caption, const QString &dir, const QString &filter) override;
+    QString openFileName(QWidget *, const QString &caption, const QString &dir, const QString &filter) override
+    {
+        return choose(caption, dir, filter);
+    }
+    QStringList openFileNames(QWidget *, const QString &caption, const QString &dir, const QString &filter) override;
+    QString saveFileName(QWidget *, const QString &caption, const QString &dir, const QString &filter) override
+    {
+        return choose(caption, dir, filter);
+    }
 
     void clear();
     // Everything said, in order, each prefixed with its kind ("warning: ", "question: "...).
@@ -47,6 +48,9 @@ public:
     bool defaultAnswer = true;
     QStringList fileAnswers; // answers to the next file choices, in order (empty = cancel)
     QList<QStringList> multiFileAnswers;
+
+private:
+    QString choose(const QString &caption, const QString &dir, const QString &filter);
 };
 
 // A fresh working folder for one test: the program reads "lastDb.dat" and
@@ -54,8 +58,8 @@ public:
 class TestFolder
 {
 public:
-    TestFolder();
-    ~TestFolder();
+    TestFolder() : previous(QDir::currentPath()) { QDir::setCurrent(dir.path()); }
+    ~TestFolder() { QDir::setCurrent(previous); }
     QString path() const { return dir.path(); }
     QString file(const QString &name) const { return dir.filePath(name); }
 
@@ -69,6 +73,8 @@ private:
 void reportTo(DbConnection &db, MessageHandler &handler);
 // A query on db's own connection, for statements the program would not write.
 QSqlQuery sqlOn(DbConnection &db);
+// Runs each statement on db's connection; a failing one fails the test.
+void run(DbConnection &db, const QStringList &statements);
 
 // Rows of a table as name=value texts, for quick comparisons.
 QStringList dumpTable(DbConnection &db, const QString &table);
@@ -81,6 +87,8 @@ bool rememberDb(const QString &path);
 bool makeTable(DbConnection &db, const QString &name, const QStringList &columns, const QStringList &rows = {});
 
 QStringList itemTexts(const QListWidget *list);
+// The labels of a window's table buttons, in list order.
+QStringList tableLabels(const Tessaro &window);
 
 // A file's text, "<missing>" when there is none.
 QString readFile(const QString &path);
@@ -113,6 +121,9 @@ struct Window {
     void type(inputDataForm *editor, const QString &text) const;
     QStringList rows(const QString &table) const;
     QStringList items() const;
+
+    QString label(const char *name) const { return child<QLabel>(name)->text(); }
+    QStringList buttons() const { return tableLabels(*w); }
 };
 
 #endif // TESTSUPPORT_H

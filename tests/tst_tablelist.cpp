@@ -1,23 +1,14 @@
-#include "app/tessaro.h"
+// The table list and the modes: hidden and system tables, removing tables, icons.
 #include "dialogs/listbuttonform.h"
 #include "dialogs/progressbarform.h"
-#include "storage/dbconnection.h"
 #include "testsupport.h"
 
-#include <QAction>
-#include <QFile>
-#include <QImage>
-#include <QLabel>
-#include <QSignalSpy>
-#include <QtTest>
-
 namespace {
-QStringList listed(const Tessaro &w)
+
+void fiveTables(DbConnection &db)
 {
-    QStringList names;
-    for (const ListButtonForm *button : w.tableButtonList())
-        names << button->tableName() + "|" + button->labelText();
-    return names;
+    for (const char *table : {"Clienti", "HIDDENTABLE_Segreti", "Conti_HIDDENTABLE_x", "hiddentable_y", "Ordini"})
+        QVERIFY(makeTable(db, table, {"RSTRINGFORMAT_Nome", "NSUBTABLEFORMAT_Righe"}));
 }
 
 QString savePicture(const QString &path, Qt::GlobalColor color)
@@ -27,6 +18,12 @@ QString savePicture(const QString &path, Qt::GlobalColor color)
     picture.save(path);
     return path;
 }
+
+QString iconOf(const Window &s, const QString &table)
+{
+    return s.db().findRecord("settings", "RSTRINGFORMAT_tableName", table).value("RSTRINGFORMAT_iconPath").toString();
+}
+
 } // namespace
 
 class TestTableList : public QObject
@@ -34,230 +31,147 @@ class TestTableList : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-
-    void hiddenTablesFollowTheAction();
-    void advancedModeShowsSystemTables();
-    void administratorModeShowsItsActions();
-    void removeTable();
-    void removeLastTablesLeavesNoneCurrent();
-    void deleteAllRecreatesSystemTables();
-    void changeIconCopiesNeverOverwritesAndStores();
-    void buttonsEmitTheirTable();
-    void progressOfEmptyTotal();
-
-private:
-    TestFolder *folder = nullptr;
-    RecordingMessageHandler *messages = nullptr;
-    Tessaro *w = nullptr;
-    QString iconOf(const QString &table)
+    void hiddenTablesFollowTheAction()
     {
-        return w->connection()
-            ->findRecord("settings", "RSTRINGFORMAT_tableName", table)
-            .value("RSTRINGFORMAT_iconPath")
-            .toString();
+        Window s(fiveTables);
+        // The marker hides a table wherever it stands, but only in capitals.
+        QCOMPARE(s.buttons(), (QStringList{"Clienti", "hiddentable_y", "Ordini"}));
+        s.child<QAction>("actionShow_Hidden_Tables")->setChecked(true);
+        s.w->showHiddenTable();
+        QCOMPARE(s.buttons(), (QStringList{"Clienti", "#Segreti", "Conti_#x", "hiddentable_y", "Ordini"}));
+        // A button opens its table by its own name.
+        s.w->tableButtonList().at(1)->pushed();
+        QCOMPARE(s.w->currentTable + " " + s.label("lbListName"), QString("HIDDENTABLE_Segreti #Segreti"));
+        // After any rebuild the first listed table is current, whatever was before.
+        s.child<QAction>("actionShow_Hidden_Tables")->setChecked(false);
+        s.w->showHiddenTable();
+        QCOMPARE(s.w->currentTable + " " + s.label("lbListName"), QString("Clienti Clienti"));
+    }
+
+    void advancedModeShowsSystemTables()
+    {
+        Window s(fiveTables);
+        const QStringList before = s.buttons();
+        auto *tech = s.child<QAction>("actionTech_Mod");
+        tech->setChecked(true);
+        s.messages.answers = {false};
+        s.w->enableTechMod();
+        QVERIFY(!tech->isChecked());
+        QCOMPARE(s.buttons(), before);
+
+        tech->setChecked(true);
+        s.w->enableTechMod();
+        const QString question =
+            QString::fromUtf8("Nel Modo Avanzato è possibile danneggiare il Database. Abilitare il Modo Avanzato?");
+        QCOMPARE(s.messages.questions, (QStringList{question, question}));
+        QVERIFY(s.w->techMode);
+        QCOMPARE(s.buttons(), (before + QStringList{"settings", "filters", "subtablesconfigs"}));
+
+        tech->setChecked(false); // switching off asks nothing
+        s.w->enableTechMod();
+        QCOMPARE(s.messages.questions.size(), 2);
+        QCOMPARE(s.buttons(), before);
+    }
+
+    void administratorModeShowsItsActions()
+    {
+        Window s;
+        for (bool on : {false, true, false}) {
+            s.w->administratorModeEnabled(on);
+            for (const char *name : {"actionNew_Db", "actionTable", "actionTech_Mod", "actionAdd_Field",
+                                     "actionDeleteFilter", "actionRemove_Table", "actionDelete_All_Database",
+                                     "actionShow_Hidden_Tables"})
+                QVERIFY2(s.child<QAction>(name)->isVisible() == on, name);
+            QVERIFY(s.child<QAction>("actionOpen_Db")->isVisible());
+        }
+    }
+
+    void removeTable()
+    {
+        Window s(fiveTables);
+        DbConnection &db = s.db();
+        s.messages.fileAnswers = QStringList{QString()};
+        s.w->changeTableIcon(); // gives Clienti a settings row
+        for (const char *configuration : {"Clienti_Righe_XSBCONFX_a", "Ordini_Righe_XSBCONFX_a"})
+            db.updateField("subtablesconfigs", db.insertEmptyRecord("subtablesconfigs", false, 0),
+                           "RSTRINGFORMAT_subConfigName", configuration);
+
+        s.w->changeTable("HIDDENTABLE_Segreti");
+        s.messages.answers = {false};
+        s.w->removeTable();
+        QVERIFY(db.tableExists("HIDDENTABLE_Segreti"));
+
+        // The table goes with its icon row and its subtable configurations.
+        s.w->changeTable("Clienti");
+        s.w->removeTable();
+        QCOMPARE(s.messages.questions, (QStringList{"Eliminare #Segreti?", "Eliminare Clienti?"}));
+        QVERIFY(!db.tableExists("Clienti") && !s.w->tableNames.contains("Clienti"));
+        QVERIFY(db.findRecord("settings", "RSTRINGFORMAT_tableName", "Clienti").isEmpty());
+        QCOMPARE(db.countRecords("subtablesconfigs"), 1);
+        QVERIFY(!db.findRecord("subtablesconfigs", "RSTRINGFORMAT_subConfigName", "Ordini_Righe_XSBCONFX_a").isEmpty());
+        QCOMPARE(s.buttons(), (QStringList{"hiddentable_y", "Ordini"}));
+        // The second remaining name becomes current.
+        QCOMPARE(s.w->currentTable, s.w->tableNames.at(1));
+    }
+
+    void deleteAllRecreatesSystemTables()
+    {
+        Window s(fiveTables);
+        DbConnection &db = s.db();
+        db.updateField("settings", db.insertEmptyRecord("settings", false, 0), "RSTRINGFORMAT_tableName", "Clienti");
+        s.messages.answers = {false};
+        s.w->deleteAll();
+        QVERIFY(db.tableExists("Clienti"));
+
+        for (int run = 0; run < 2; ++run) { // the second run starts with no tables at all
+            s.w->deleteAll();
+            QStringList tables = db.getTables();
+            tables.sort();
+            QCOMPARE(tables, (QStringList{"filters", "settings", "subtablesconfigs"}));
+            QCOMPARE(db.countRecords("settings"), 0);
+            QVERIFY(s.w->tableButtonList().isEmpty());
+            QCOMPARE(s.label("lbListName") + s.label("lbViewInfo"), QString("--------"));
+            QVERIFY(!s.w->findChild<progressBarForm *>()->isVisible());
+        }
+        const QString question = "question: Eliminare tutte le tabelle?";
+        QCOMPARE(s.messages.said, (QStringList{question, question, question}));
+    }
+
+    void changeIconCopiesNeverOverwritesAndStores()
+    {
+        Window s(fiveTables);
+        auto change = [&s](const QString &picture) {
+            s.w->changeTable("Ordini");
+            s.messages.fileAnswers = QStringList{picture};
+            s.w->changeTableIcon();
+        };
+        change(savePicture(s.folder.file("rosso.png"), Qt::red));
+        QCOMPARE(s.messages.fileDialogs, QStringList{"Open File|/home|Images (*.png *.jpg *.jpeg *.bmp *.tif)"});
+        QVERIFY(QFile::exists(s.folder.file("DB_DATA/rosso.png")));
+        QCOMPARE(iconOf(s, "Ordini"), QString("DB_DATA/rosso.png"));
+        // The list is rebuilt and the first listed table is current again.
+        QCOMPARE(s.w->currentTable, QString("Clienti"));
+        QVERIFY(!s.w->tableIcon("Ordini").pixmap(16, 16).toImage().isNull());
+
+        // A second change updates the same row; an apostrophe in the name is kept.
+        change(savePicture(s.folder.file("l'azzurro.png"), Qt::blue));
+        QCOMPARE(iconOf(s, "Ordini"), QString("DB_DATA/l'azzurro.png"));
+        QCOMPARE(s.db().countRecords("settings"), 1);
+
+        // A file of the same name already there is kept and used.
+        savePicture(s.folder.file("DB_DATA/icona.png"), Qt::red);
+        change(savePicture(s.folder.file("icona.png"), Qt::green));
+        QCOMPARE(QImage(s.folder.file("DB_DATA/icona.png")).pixelColor(0, 0), QColor(Qt::red));
+        QCOMPARE(iconOf(s, "Ordini"), QString("DB_DATA/icona.png"));
+
+        // A cancelled dialog still stores "DB_DATA/", and the table shows an empty icon.
+        change(QString());
+        QCOMPARE(iconOf(s, "Ordini"), QString("DB_DATA/"));
+        QVERIFY(s.w->tableIcon("Ordini").pixmap(16, 16).isNull());
+        QVERIFY(!s.w->tableIcon("Clienti").pixmap(16, 16).isNull()); // the built-in icon
+        QVERIFY(s.messages.warnings.isEmpty());
     }
 };
-
-void TestTableList::init()
-{
-    folder = new TestFolder;
-    messages = new RecordingMessageHandler;
-    const QString path = folder->file("t.db");
-    {
-        DbConnection db;
-        QVERIFY(db.openDb(path));
-        for (const char *table : {"Clienti", "HIDDENTABLE_Segreti", "Conti_HIDDENTABLE_x", "hiddentable_y", "Ordini"})
-            QVERIFY(db.createTable(table, {{"RSTRINGFORMAT_Nome", "text"}}));
-    }
-    QVERIFY(rememberDb(path));
-    w = new Tessaro;
-}
-
-void TestTableList::cleanup()
-{
-    delete w;
-    delete messages;
-    delete folder;
-}
-
-void TestTableList::hiddenTablesFollowTheAction()
-{
-    // The marker hides a table wherever it stands, but only in capitals.
-    QCOMPARE(listed(*w), (QStringList{"Clienti|Clienti", "hiddentable_y|hiddentable_y", "Ordini|Ordini"}));
-    w->findChild<QAction *>("actionShow_Hidden_Tables")->setChecked(true);
-    w->showHiddenTable();
-    QCOMPARE(listed(*w), (QStringList{"Clienti|Clienti", "HIDDENTABLE_Segreti|#Segreti", "Conti_HIDDENTABLE_x|Conti_#x",
-                                      "hiddentable_y|hiddentable_y", "Ordini|Ordini"}));
-    // After any rebuild the first listed table is current, whatever was before.
-    w->changeTable("Ordini");
-    w->findChild<QAction *>("actionShow_Hidden_Tables")->setChecked(false);
-    w->showHiddenTable();
-    QCOMPARE(w->currentTable, QString("Clienti"));
-    QCOMPARE(w->findChild<QLabel *>("lbListName")->text(), QString("Clienti"));
-}
-
-void TestTableList::advancedModeShowsSystemTables()
-{
-    const QStringList before = listed(*w);
-    QAction *tech = w->findChild<QAction *>("actionTech_Mod");
-    tech->setChecked(true);
-    messages->answers = {false};
-    w->enableTechMod();
-    QVERIFY(!tech->isChecked());
-    QCOMPARE(listed(*w), before);
-
-    tech->setChecked(true);
-    w->enableTechMod();
-    const QString question =
-        QString::fromUtf8("Nel Modo Avanzato è possibile danneggiare il Database. Abilitare il Modo Avanzato?");
-    QCOMPARE(messages->questions, (QStringList{question, question}));
-    QVERIFY(w->techMode);
-    for (const char *system : {"settings|settings", "filters|filters", "subtablesconfigs|subtablesconfigs"})
-        QVERIFY2(listed(*w).contains(system), system);
-
-    tech->setChecked(false); // switching off asks nothing
-    w->enableTechMod();
-    QCOMPARE(messages->questions.size(), 2);
-    QCOMPARE(listed(*w), before);
-}
-
-void TestTableList::administratorModeShowsItsActions()
-{
-    const char *adminActions[] = {"actionNew_Db", "actionTable", "actionTech_Mod", "actionAdd_Field",
-                                  "actionDeleteFilter", "actionRemove_Table", "actionDelete_All_Database",
-                                  "actionShow_Hidden_Tables"};
-    for (bool on : {false, true, false}) {
-        if (on != w->adminMode)
-            w->administratorModeEnabled(on);
-        for (const char *name : adminActions)
-            QVERIFY2(w->findChild<QAction *>(name)->isVisible() == on, name);
-        QVERIFY(w->findChild<QAction *>("actionOpen_Db")->isVisible());
-    }
-}
-
-void TestTableList::removeTable()
-{
-    DbConnection *db = w->connection();
-    w->changeTable("Clienti");
-    messages->fileAnswers = QStringList{QString()};
-    w->changeTableIcon(); // gives Clienti a settings row
-    QVERIFY(!db->findRecord("settings", "RSTRINGFORMAT_tableName", "Clienti").isEmpty());
-
-    w->changeTable("HIDDENTABLE_Segreti");
-    messages->answers = {false};
-    w->removeTable();
-    QVERIFY(db->tableExists("HIDDENTABLE_Segreti"));
-
-    w->changeTable("Clienti");
-    w->removeTable();
-    QCOMPARE(messages->questions, (QStringList{"Eliminare #Segreti?", "Eliminare Clienti?"}));
-    QVERIFY(!db->tableExists("Clienti"));
-    QVERIFY(db->findRecord("settings", "RSTRINGFORMAT_tableName", "Clienti").isEmpty());
-    QVERIFY(!w->tableNames.contains("Clienti"));
-    QCOMPARE(listed(*w), (QStringList{"hiddentable_y|hiddentable_y", "Ordini|Ordini"}));
-    // The second remaining name becomes current.
-    QCOMPARE(w->currentTable, w->tableNames.at(1));
-}
-
-void TestTableList::removeLastTablesLeavesNoneCurrent()
-{
-    DbConnection *db = w->connection();
-    for (const QString &name : w->tableNames)
-        if (name != "Ordini")
-            db->dropTable(name);
-    w->tableNames = QStringList{"Ordini"};
-    w->changeTable("Ordini");
-    w->removeTable();
-    QVERIFY(!db->tableExists("Ordini"));
-    QVERIFY(w->tableNames.isEmpty());
-    QCOMPARE(w->currentTable, QString("Ordini")); // nothing else was made current
-}
-
-void TestTableList::deleteAllRecreatesSystemTables()
-{
-    DbConnection *db = w->connection();
-    const int id = db->insertEmptyRecord("settings", false, 0);
-    db->updateField("settings", id, "RSTRINGFORMAT_tableName", "Clienti");
-    messages->answers = {false};
-    w->deleteAll();
-    QVERIFY(db->tableExists("Clienti"));
-
-    for (int run = 0; run < 2; ++run) { // the second run starts with no tables at all
-        w->deleteAll();
-        QStringList tables = db->getTables();
-        tables.sort();
-        QCOMPARE(tables, (QStringList{"filters", "settings", "subtablesconfigs"}));
-        QCOMPARE(db->countRecords("settings"), 0);
-        QVERIFY(w->tableButtonList().isEmpty());
-        QCOMPARE(w->findChild<QLabel *>("lbListName")->text(), QString("----"));
-        QCOMPARE(w->findChild<QLabel *>("lbViewInfo")->text(), QString("----"));
-        QVERIFY(!w->findChild<progressBarForm *>()->isVisible());
-    }
-    QCOMPARE(messages->questions.size(), 3);
-    messages->questions.removeDuplicates();
-    QCOMPARE(messages->questions, QStringList{"Eliminare tutte le tabelle?"});
-    QVERIFY(messages->warnings.isEmpty());
-}
-
-void TestTableList::changeIconCopiesNeverOverwritesAndStores()
-{
-    DbConnection *db = w->connection();
-    w->changeTable("Ordini");
-    messages->fileAnswers = QStringList{savePicture(folder->file("rosso.png"), Qt::red)};
-    w->changeTableIcon();
-    QCOMPARE(messages->fileDialogs, QStringList{"Open File|/home|Images (*.png *.jpg *.jpeg *.bmp *.tif)"});
-    QVERIFY(QFile::exists(folder->file("DB_DATA/rosso.png")));
-    QCOMPARE(iconOf("Ordini"), QString("DB_DATA/rosso.png"));
-    // The list is rebuilt and the first listed table is current again.
-    QCOMPARE(w->currentTable, QString("Clienti"));
-    QVERIFY(!w->tableIcon("Ordini").pixmap(16, 16).toImage().isNull());
-
-    // A second change updates the same row; an apostrophe in the name is kept.
-    w->changeTable("Ordini");
-    messages->fileAnswers = QStringList{savePicture(folder->file("l'azzurro.png"), Qt::blue)};
-    w->changeTableIcon();
-    QCOMPARE(iconOf("Ordini"), QString("DB_DATA/l'azzurro.png"));
-    QCOMPARE(db->countRecords("settings"), 1);
-
-    // A file of the same name already there is kept and used.
-    savePicture(folder->file("DB_DATA/icona.png"), Qt::red);
-    w->changeTable("Ordini");
-    messages->fileAnswers = QStringList{savePicture(folder->file("icona.png"), Qt::green)};
-    w->changeTableIcon();
-    QCOMPARE(QImage(folder->file("DB_DATA/icona.png")).pixelColor(0, 0), QColor(Qt::red));
-    QCOMPARE(iconOf("Ordini"), QString("DB_DATA/icona.png"));
-
-    // A cancelled dialog still stores "DB_DATA/", and the table shows an empty icon.
-    w->changeTable("Ordini");
-    w->changeTableIcon();
-    QCOMPARE(iconOf("Ordini"), QString("DB_DATA/"));
-    QVERIFY(w->tableIcon("Ordini").pixmap(16, 16).isNull());
-    QVERIFY(!w->tableIcon("Clienti").pixmap(16, 16).isNull()); // the built-in icon
-    QVERIFY(messages->warnings.isEmpty());
-}
-
-void TestTableList::buttonsEmitTheirTable()
-{
-    ListButtonForm table;
-    const QString subtable = "HIDDENTABLE_Orders_XSBTX_SUBTABLEFORMAT_lines_XSBTUSRX_cfg1";
-    table.setName(subtable);
-    QSignalSpy list(&table, &ListButtonForm::changeList);
-    table.pushed();
-    QCOMPARE(list.count(), 1);
-    QCOMPARE(list.first().first().toString(), subtable);
-}
-
-void TestTableList::progressOfEmptyTotal()
-{
-    progressBarForm *progress = w->findChild<progressBarForm *>();
-    const QList<QPair<QPair<int, int>, int>> steps = {{{0, 0}, 0}, {{3, 4}, 75}, {{0, 10}, 0}, {{99, 100}, 99}};
-    for (const auto &step : steps) {
-        w->reportProgress(step.first.first, step.first.second);
-        QCOMPARE(progress->value(), step.second);
-    }
-}
 
 QTEST_MAIN(TestTableList)
 #include "tst_tablelist.moc"
