@@ -93,6 +93,15 @@ QStringList itemTexts(const QListWidget *list)
     return texts;
 }
 
+inputDataForm *editorOf(const QList<inputDataForm *> &editors, const QString &column)
+{
+    for (inputDataForm *e : editors) {
+        if (e->columnName() == column)
+            return e;
+    }
+    return nullptr;
+}
+
 QStringList tableLabels(const Tessaro &window)
 {
     QStringList labels;
@@ -133,39 +142,6 @@ void Window::restart()
     w->show();
 }
 
-DbConnection &Window::db() const
-{
-    return *w->connection();
-}
-
-QString Window::page() const
-{
-    return w->findChild<QStackedWidget *>("stPages")->currentWidget()->objectName();
-}
-
-void Window::click(const char *button) const
-{
-    w->findChild<QAbstractButton *>(button)->click();
-}
-
-inputDataForm *Window::editor(const QString &column) const
-{
-    for (inputDataForm *e : w->inputForms) {
-        if (e->columnName() == column)
-            return e;
-    }
-    return nullptr;
-}
-
-inputDataForm *Window::filterEditor(const QString &column) const
-{
-    for (inputDataForm *e : w->filterEditors()) {
-        if (e->columnName() == column)
-            return e;
-    }
-    return nullptr;
-}
-
 QWidget *Window::input(inputDataForm *editor) const
 {
     for (const char *name : {"leData", "deData", "sbNum", "cboxData", "cbData"}) {
@@ -187,14 +163,4 @@ void Window::type(inputDataForm *editor, const QString &text) const
     else if (auto *line = qobject_cast<QLineEdit *>(control))
         line->selectAll();
     QTest::keyClicks(control, text);
-}
-
-QStringList Window::rows(const QString &table) const
-{
-    return dumpTable(db(), table);
-}
-
-QStringList Window::items() const
-{
-    return itemTexts(w->findChild<QListWidget *>("userListWidget"));
 }

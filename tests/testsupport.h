@@ -87,6 +87,8 @@ bool rememberDb(const QString &path);
 bool makeTable(DbConnection &db, const QString &name, const QStringList &columns, const QStringList &rows = {});
 
 QStringList itemTexts(const QListWidget *list);
+// The editor of column among editors; nullptr when there is none.
+inputDataForm *editorOf(const QList<inputDataForm *> &editors, const QString &column);
 // The labels of a window's table buttons, in list order.
 QStringList tableLabels(const Tessaro &window);
 
@@ -107,20 +109,25 @@ struct Window {
     ~Window();
     // Closes the window and starts the program again on the same database.
     void restart();
-    DbConnection &db() const;
+    DbConnection &db() const { return *w->connection(); }
     template <class T = QWidget> T *child(const char *name) const { return w->findChild<T *>(name); }
     // The object name of the page stPages shows.
-    QString page() const;
-    void click(const char *button) const;
+    QString page() const { return child<QStackedWidget>("stPages")->currentWidget()->objectName(); }
+    void click(const char *button) const { child<QAbstractButton>(button)->click(); }
     // The editor of column on the record page, and on the filter page.
-    inputDataForm *editor(const QString &column) const;
-    inputDataForm *filterEditor(const QString &column) const;
+    inputDataForm *editor(const QString &column) const { return editorOf(w->inputForms, column); }
+    inputDataForm *filterEditor(const QString &column) const { return editorOf(w->filterEditors(), column); }
     // The control of an editor the user types into (line edit, date, number).
     QWidget *input(inputDataForm *editor) const;
     // Types text into an editor's control as a user does: focus, select all, keys.
     void type(inputDataForm *editor, const QString &text) const;
-    QStringList rows(const QString &table) const;
-    QStringList items() const;
+    // Puts text in the line edit of column's editor on the record page, as a paste would.
+    void set(const QString &column, const QString &text) const
+    {
+        editor(column)->findChild<QLineEdit *>("leData")->setText(text);
+    }
+    QStringList rows(const QString &table) const { return dumpTable(db(), table); }
+    QStringList items() const { return itemTexts(child<QListWidget>("userListWidget")); }
 
     QString label(const char *name) const { return child<QLabel>(name)->text(); }
     QStringList buttons() const { return tableLabels(*w); }

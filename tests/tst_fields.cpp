@@ -93,7 +93,7 @@ private slots:
         QTEST(visible, "shown");
     }
 
-    void editorTextsAndLookup()
+    void editorTextsLookupAndFilterControls()
     {
         inputDataForm f;
         f.setValue("MONEY", 1234.5);
@@ -115,36 +115,34 @@ private slots:
         lookup.setComboIndex(0); // back to "---": takes no part
         QCOMPARE(lookup.isActive(), 0);
         QCOMPARE(lookup.condition(), QString("NoCondition"));
-    }
 
-    void conditionConnectorAndActiveFlag()
-    {
-        inputDataForm f;
-        f.setFilterMode(true);
-        f.setValue("STRING", QString());
-        f.show();
-        QCOMPARE(f.connector(), QString("And"));
-        f.setConnector("Or");
-        f.setConnector("and"); // not exactly "And": the checked one cannot be cleared
-        QCOMPARE(f.connector(), QString("Or"));
+        // The filter page's condition, connector and active flag.
+        inputDataForm g;
+        g.setFilterMode(true);
+        g.setValue("STRING", QString());
+        g.show();
+        QCOMPARE(g.connector(), QString("And"));
+        g.setConnector("Or");
+        g.setConnector("and"); // not exactly "And": the checked one cannot be cleared
+        QCOMPARE(g.connector(), QString("Or"));
 
-        f.setCondition("Major");
-        f.setCondition("Disequal");
-        QCOMPARE(f.condition(), QString("Disequal"));
-        QVERIFY(!part<QPushButton>(&f, "pbMajor")->isChecked());
-        f.setCondition("equal");
-        QCOMPARE(f.condition(), QString("NoCondition"));
+        g.setCondition("Major");
+        g.setCondition("Disequal");
+        QCOMPARE(g.condition(), QString("Disequal"));
+        QVERIFY(!part<QPushButton>(&g, "pbMajor")->isChecked());
+        g.setCondition("equal");
+        QCOMPARE(g.condition(), QString("NoCondition"));
 
         // "!=" selects its condition but does not make the field take part.
-        QTest::mouseClick(part<QPushButton>(&f, "pbDiff"), Qt::LeftButton);
-        QCOMPARE(f.condition() + QString::number(f.isActive()), QString("Disequal0"));
-        QTest::mouseClick(part<QPushButton>(&f, "pbMajor"), Qt::LeftButton);
-        QCOMPARE(f.isActive(), 1);
-        QTest::mouseClick(part<QPushButton>(&f, "pbNoFilter"), Qt::LeftButton);
-        QCOMPARE(f.isActive(), 0);
+        QTest::mouseClick(part<QPushButton>(&g, "pbDiff"), Qt::LeftButton);
+        QCOMPARE(g.condition() + QString::number(g.isActive()), QString("Disequal0"));
+        QTest::mouseClick(part<QPushButton>(&g, "pbMajor"), Qt::LeftButton);
+        QCOMPARE(g.isActive(), 1);
+        QTest::mouseClick(part<QPushButton>(&g, "pbNoFilter"), Qt::LeftButton);
+        QCOMPARE(g.isActive(), 0);
         // Editing the value makes it take part with "=".
-        QTest::keyClicks(part(&f, "leData"), "x");
-        QCOMPARE(f.condition() + QString::number(f.isActive()), QString("Equal1"));
+        QTest::keyClicks(part(&g, "leData"), "x");
+        QCOMPARE(g.condition() + QString::number(g.isActive()), QString("Equal1"));
     }
 
     void displayByType_data()
@@ -272,14 +270,13 @@ private slots:
             editor.imageBox()->addReplace();
             ok ? editor.imageBox()->accepted() : editor.imageBox()->rejected();
         };
-        const QString copy = "TABLES_DOC/Clienti_Anna/" + name;
+        // The stored path, and the size of the copy it names.
+        auto stored = [&] { return editor.value() + " " + QString::number(QImage(folder.file(editor.value())).width()); };
         attach(makePicture(folder.file("a/" + name), 10, 10));
-        QCOMPARE(editor.value(), copy);
-        QCOMPARE(QImage(folder.file(copy)).size(), QSize(10, 10));
+        QCOMPARE(stored(), "TABLES_DOC/Clienti_Anna/" + name + " 10");
         // A second file of the same name: the first copy stays, the stored path is the same.
         attach(makePicture(folder.file("b/" + name), 30, 20));
-        QCOMPARE(editor.value(), copy);
-        QCOMPARE(QImage(folder.file(copy)).size(), QSize(10, 10));
+        QCOMPARE(stored(), "TABLES_DOC/Clienti_Anna/" + name + " 10");
         // Confirmed without a file: the bare folder is stored.
         attach(QString());
         QCOMPARE(editor.value(), QString("TABLES_DOC/Clienti_Anna/"));

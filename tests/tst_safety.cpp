@@ -3,33 +3,25 @@
 // sessions left alone, failures never passed over in silence.
 #include "testsupport.h"
 
-#include <QSqlError>
-
 #include <csignal>
 #include <linux/capability.h>
 #include <sys/syscall.h>
 
 namespace {
 
-// Every row of table as another tool sees it, each value as quote() shows it
-// (storage class and every byte), on a connection of its own.
+// Every row of table as another tool sees it, on a connection of its own:
+// each value as quote() shows it (storage class and every byte).
 QStringList quotedRows(const QString &path, const QString &table)
 {
-    QStringList rows;
-    {
-        QSqlDatabase other = QSqlDatabase::addDatabase("QSQLITE", "other tool");
-        other.setDatabaseName(path);
-        other.open();
-        QSqlQuery q(other);
-        QStringList quoted;
-        q.exec(QString("PRAGMA table_info(\"%1\")").arg(table));
-        while (q.next())
-            quoted << QString("quote(\"%1\")").arg(q.value(1).toString());
-        if (q.exec(QString("SELECT %1 FROM \"%2\"").arg(quoted.join(" || '|' || "), table)))
-            while (q.next())
-                rows << q.value(0).toString();
-    }
-    QSqlDatabase::removeDatabase("other tool");
+    DbConnection other;
+    other.openDb(path, {false, true, 0});
+    QStringList quoted, rows;
+    for (const QString &column : other.getFieldNames(table))
+        quoted << "quote(" + DbConnection::sqlName(column) + ")";
+    QSqlQuery q = sqlOn(other);
+    q.exec("SELECT " + quoted.join(" || '|' || ") + " FROM " + DbConnection::sqlName(table));
+    while (q.next())
+        rows << q.value(0).toString();
     return rows;
 }
 
@@ -51,11 +43,6 @@ bool dropPermissionOverride()
         data[cap / 32].permitted &= ~(1u << (cap % 32));
     }
     return syscall(SYS_capset, &header, data) == 0;
-}
-
-QLineEdit *lineOf(const Window &s, const QString &column)
-{
-    return s.editor(column)->findChild<QLineEdit *>("leData");
 }
 
 } // namespace
@@ -118,7 +105,7 @@ private slots:
 
         // What the user edits is saved as designed; the rest stays as it was.
         s.w->updateUser();
-        lineOf(s, "NSTRINGFORMAT_Note")->setText(" nuova   nota ");
+        s.set("NSTRINGFORMAT_Note", " nuova   nota ");
         s.editor("NINTEGERFORMAT_Pezzi")->findChild<QSpinBox *>("sbNum")->setValue(12);
         s.w->newRecord();
         expected[0].replace("|1500000000|", "|'12'|").replace("|'due  spazi\ne a capo '|", "|'nuova nota'|");
@@ -157,8 +144,8 @@ private slots:
         for (bool edit : {false, true}) {
             s.w->currentId = 1;
             edit ? s.w->updateUser() : s.w->changeToNewUserPage();
-            lineOf(s, "RSTRINGFORMAT_Nome")->setText("Carla");
-            lineOf(s, "NSTRINGFORMAT_Nota")->setText(note);
+            s.set("RSTRINGFORMAT_Nome", "Carla");
+            s.set("NSTRINGFORMAT_Nota", note);
             s.w->newRecord();
             QCOMPARE(quotedRows(s.dbFile, "Contatti"), before);
             QCOMPARE(s.messages.warnings.size(), edit ? 2 : 1);
@@ -166,8 +153,8 @@ private slots:
         }
         // A record that can be written is written whole.
         s.w->updateUser();
-        lineOf(s, "RSTRINGFORMAT_Nome")->setText("Carla");
-        lineOf(s, "NSTRINGFORMAT_Nota")->setText("va bene");
+        s.set("RSTRINGFORMAT_Nome", "Carla");
+        s.set("NSTRINGFORMAT_Nota", "va bene");
         s.w->newRecord();
         QCOMPARE(quotedRows(s.dbFile, "Contatti"), QStringList("1|'Carla'|'va bene'"));
     }

@@ -1,4 +1,7 @@
-// The table designer: the columns it makes, the names it refuses, added fields.
+// Tables: what the designer makes and refuses, fields added later, the list
+// of tables with its modes, removing tables, icons.
+#include "dialogs/listbuttonform.h"
+#include "dialogs/progressbarform.h"
 #include "records/newtableelement.h"
 #include "records/tabledesign.h"
 #include "testsupport.h"
@@ -47,15 +50,29 @@ QStringList declaredColumns(DbConnection &db, const QString &table)
     return columns;
 }
 
-void clientsAndHidden(DbConnection &db)
+// Tables hidden by the marker in capitals wherever it stands, and not by one in lower case.
+void fiveTables(DbConnection &db)
 {
-    QVERIFY(makeTable(db, "Clienti", {"RSTRINGFORMAT_Nome"}));
-    QVERIFY(makeTable(db, "HIDDENTABLE_H", {"RSTRINGFORMAT_h"}));
+    for (const char *table : {"Clienti", "HIDDENTABLE_Order", "Conti_HIDDENTABLE_x", "hiddentable_y", "Ordini"})
+        QVERIFY(makeTable(db, table, {"RSTRINGFORMAT_Nome", "NSUBTABLEFORMAT_Righe"}));
+}
+
+QString savePicture(const QString &path, Qt::GlobalColor color)
+{
+    QImage picture(8, 8, QImage::Format_RGB32);
+    picture.fill(color);
+    picture.save(path);
+    return path;
+}
+
+QString iconOf(const Window &s, const QString &table)
+{
+    return s.db().findRecord("settings", "RSTRINGFORMAT_tableName", table).value("RSTRINGFORMAT_iconPath").toString();
 }
 
 } // namespace
 
-class TestDesigner : public QObject
+class TestTables : public QObject
 {
     Q_OBJECT
 
@@ -76,17 +93,17 @@ private slots:
         QTest::newRow("blanks, link always N, equal rows, lookups, a hidden table's internal name")
             << QStringList{"R:STRING:Data di nascita", "R:LINK:Clienti", "STRING:Nome", "STRING:Nome",
                            "LOOKUP:Clienti:RSTRINGFORMAT_Nome", "LOOKUP:Clienti:RSTRINGFORMAT_Nome",
-                           "LOOKUP:#H:RSTRINGFORMAT_h"}
+                           "LOOKUP:#Order:RSTRINGFORMAT_Nome"}
             << QStringList{id, "RSTRINGFORMAT_Data_di_nascita text", "NLINKFORMAT_Clienti text",
                            "NSTRINGFORMAT_Nome text", "NSTRINGFORMAT_Nome_XMLTYX_2 text",
                            "XClienti_XDTX_RSTRINGFORMAT_Nome integer", "XClienti_XDTX_RSTRINGFORMAT_Nome_XMLTYX_2 integer",
-                           "XHIDDENTABLE_H_XDTX_RSTRINGFORMAT_h integer", userPath};
+                           "XHIDDENTABLE_Order_XDTX_RSTRINGFORMAT_Nome integer", userPath};
         QTest::newRow("no non-empty row") << QStringList{"STRING:", "DATE:"} << QStringList{id, userPath};
     }
     void createdColumns()
     {
         QFETCH(QStringList, rows);
-        Window s(clientsAndHidden);
+        Window s(fiveTables);
         s.w->newTable();
         fill(s, "INFORMATICA", rows); // "FORMAT" in a table name is harmless
         s.w->acceptedNewTable();
@@ -136,18 +153,14 @@ private slots:
         QTest::newRow("marker made by a blank") << true << "a HIDDENTABLE b" << reserved.arg("HIDDENTABLE_");
         QTest::newRow("apostrophe") << true << "L'Aquila"
                                     << "Il carattere ''' non è ammesso: usa solo lettere, cifre e spazi.";
-        QTest::newRow("blanks only") << true << "  " << "Usa almeno una lettera o una cifra.";
         QTest::newRow("keyword in capitals") << true << "TABLE" << "È una parola riservata del linguaggio SQL.";
         QTest::newRow("digit first") << true << "2020" << "Il nome di una tabella non può iniziare con una cifra.";
         QTest::newRow("sqlite_") << true << "SQLite_x" << "I nomi che iniziano con 'sqlite_' sono riservati al database.";
         QTest::newRow("system table") << true << "Settings" << "È il nome di una tabella di sistema.";
         QTest::newRow("keyword field") << false << "order" << "";
-        QTest::newRow("digit-first field") << false << "2020" << "";
         QTest::newRow("marker in a field") << false << "Foto_XDTX_1" << reserved.arg("_XDTX_");
         QTest::newRow("type tag in a field") << false << "LINKFORMAT" << reserved.arg("LINKFORMAT");
-        QTest::newRow("hash in a field") << false << "Dopo#" << reserved.arg("#");
         QTest::newRow("id field") << false << "Id" << "È un nome che il programma usa per i propri campi.";
-        QTest::newRow("folder field") << false << "UserPath" << "È un nome che il programma usa per i propri campi.";
     }
     void nameRules()
     {
@@ -162,13 +175,13 @@ private slots:
         QTest::addColumn<QString>("table");
         QTest::addColumn<QString>("field");
         QTest::addColumn<QString>("warning"); // empty: the page is cancelled
-        QTest::newRow("cancelled") << "Ordini" << "Foto" << "";
+        QTest::newRow("cancelled") << "Vendite" << "Foto" << "";
         QTest::newRow("empty table name") << "" << "Nome" << "ERRORE: La Tabella è vuota!";
         QTest::newRow("bad table name") << "TABLE" << "Nome"
                                         << refusedNameWarning("TABLE", "È una parola riservata del linguaggio SQL.");
         QTest::newRow("table in another case") << "clienti" << "Nome"
                                                << "ERRORE: Il nome 'clienti' è già stato usato per una tabella.\n";
-        QTest::newRow("bad field name") << "Ordini" << "Id"
+        QTest::newRow("bad field name") << "Vendite" << "Id"
                                         << refusedNameWarning("Id", "È un nome che il programma usa per i propri campi.");
     }
     void refusedOrCancelledWriteNothing()
@@ -176,7 +189,7 @@ private slots:
         QFETCH(QString, table);
         QFETCH(QString, field);
         QFETCH(QString, warning);
-        Window s(clientsAndHidden);
+        Window s(fiveTables);
         const QStringList before = s.db().getTables();
         s.w->newTable();
         fill(s, table, {"STRING:Nome", "IMAGE:" + field});
@@ -184,7 +197,7 @@ private slots:
         QCOMPARE(s.messages.warnings, warning.isEmpty() ? QStringList() : QStringList{warning});
         QCOMPARE(s.db().getTables(), before);
         QCOMPARE(s.db().countRecords("settings"), 0);
-        QCOMPARE(s.db().getFieldNames("Clienti").size(), 2);
+        QCOMPARE(s.db().getFieldNames("Clienti").size(), 3);
         // A refused page stays as the user left it; a cancelled one is cleared.
         QCOMPARE(onDesignerPage(s), !warning.isEmpty());
         QCOMPARE(s.w->newTableElements().size(), warning.isEmpty() ? 0 : 2);
@@ -192,10 +205,7 @@ private slots:
 
     void addFieldMode()
     {
-        Window s([](DbConnection &db) {
-            QVERIFY(makeTable(db, "Plain", {"RSTRINGFORMAT_Nome"}));
-            QVERIFY(makeTable(db, "HIDDENTABLE_Order", {"RSTRINGFORMAT_n"}));
-        });
+        Window s(fiveTables);
         const QStringList buttons = s.buttons();
         // The page names the current table; a hidden one whose plain name is a keyword is not refused,
         // as it exists already, but the new fields are checked before any is added.
@@ -203,27 +213,153 @@ private slots:
         s.w->addField();
         fill(s, QString(), {"DATE:Prima", "DATE:Dopo#"});
         s.w->acceptedNewTable();
-        QCOMPARE(s.db().getFieldNames("HIDDENTABLE_Order").size(), 2);
+        QCOMPARE(s.db().getFieldNames("HIDDENTABLE_Order").size(), 3);
         fill(s, QString(), {"DATE:Prima", "DATE:Dopo"});
         s.w->acceptedNewTable();
-        QCOMPARE(s.db().getFieldNames("HIDDENTABLE_Order").size(), 4);
+        QCOMPARE(s.db().getFieldNames("HIDDENTABLE_Order").size(), 5);
         // No UserPath even for an image, the repeat suffix, empty rows skipped; then a typed existing name.
-        s.w->changeTable("Plain");
+        s.w->changeTable("Ordini");
         s.w->addField();
         fill(s, QString(), {"IMAGE:Foto", "R:STRING:Nome", "STRING:"});
         s.w->acceptedNewTable();
         s.w->newTable();
-        fill(s, "Plain", {"URL:Sito"});
+        fill(s, "Ordini", {"URL:Sito"});
         s.w->acceptedNewTable();
-        QCOMPARE(declaredColumns(s.db(), "Plain"), QStringList({"RINTEGERFORMAT_Id integer", "RSTRINGFORMAT_Nome text",
-                                                                "NIMAGEFORMAT_Foto text", "RSTRINGFORMAT_Nome_XMLTYX_2 text",
-                                                                "NURLFORMAT_Sito text"}));
+        QCOMPARE(declaredColumns(s.db(), "Ordini"),
+                 QStringList({"RINTEGERFORMAT_Id integer", "RSTRINGFORMAT_Nome text", "NSUBTABLEFORMAT_Righe text",
+                              "NIMAGEFORMAT_Foto text", "RSTRINGFORMAT_Nome_XMLTYX_2 text", "NURLFORMAT_Sito text"}));
         QCOMPARE(s.buttons(), buttons);
         QCOMPARE(s.db().countRecords("settings"), 0);
         QCOMPARE(s.messages.warnings,
                  QStringList{"ERRORE: Il nome 'Dopo#' non è valido!\nContiene la sequenza riservata '#'."});
     }
+
+    void modesShowTablesAndActions()
+    {
+        Window s(fiveTables);
+        // The marker hides a table wherever it stands, but only in capitals.
+        const QStringList shown = {"Clienti", "hiddentable_y", "Ordini"};
+        QCOMPARE(s.buttons(), shown);
+        s.child<QAction>("actionShow_Hidden_Tables")->setChecked(true);
+        s.w->showHiddenTable();
+        QCOMPARE(s.buttons(), (QStringList{"Clienti", "#Order", "Conti_#x", "hiddentable_y", "Ordini"}));
+        // A button opens its table by its own name.
+        s.w->tableButtonList().at(1)->pushed();
+        QCOMPARE(s.w->currentTable + " " + s.label("lbListName"), QString("HIDDENTABLE_Order #Order"));
+        // After any rebuild the first listed table is current, whatever was before.
+        s.child<QAction>("actionShow_Hidden_Tables")->setChecked(false);
+        s.w->showHiddenTable();
+        QCOMPARE(s.w->currentTable + " " + s.label("lbListName"), QString("Clienti Clienti"));
+
+        // Advanced mode, after a question, shows the system tables; switching it off asks nothing.
+        auto *tech = s.child<QAction>("actionTech_Mod");
+        s.messages.answers = {false};
+        for (bool on : {true, true, false}) {
+            tech->setChecked(on);
+            s.w->enableTechMod();
+            QCOMPARE(tech->isChecked(), s.w->techMode);
+            QCOMPARE(s.buttons(), (s.w->techMode ? shown + QStringList{"settings", "filters", "subtablesconfigs"} : shown));
+        }
+        const QString question =
+            QString::fromUtf8("Nel Modo Avanzato è possibile danneggiare il Database. Abilitare il Modo Avanzato?");
+        QCOMPARE(s.messages.questions, (QStringList{question, question}));
+
+        // Administrator mode shows the actions that change the structure.
+        for (bool on : {true, false}) {
+            s.w->administratorModeEnabled(on);
+            for (const char *name : {"actionNew_Db", "actionTable", "actionTech_Mod", "actionAdd_Field",
+                                     "actionDeleteFilter", "actionRemove_Table", "actionDelete_All_Database",
+                                     "actionShow_Hidden_Tables"})
+                QVERIFY2(s.child<QAction>(name)->isVisible() == on, name);
+            QVERIFY(s.child<QAction>("actionOpen_Db")->isVisible());
+        }
+    }
+
+    void removeTablesAndDeleteAll()
+    {
+        Window s(fiveTables);
+        DbConnection &db = s.db();
+        s.messages.fileAnswers = QStringList{QString()};
+        s.w->changeTableIcon(); // gives Clienti a settings row
+        for (const char *configuration : {"Clienti_Righe_XSBCONFX_a", "Ordini_Righe_XSBCONFX_a"})
+            db.updateField("subtablesconfigs", db.insertEmptyRecord("subtablesconfigs", false, 0),
+                           "RSTRINGFORMAT_subConfigName", configuration);
+
+        s.w->changeTable("HIDDENTABLE_Order");
+        s.messages.answers = {false};
+        s.w->removeTable();
+        QVERIFY(db.tableExists("HIDDENTABLE_Order"));
+
+        // The table goes with its icon row and its subtable configurations.
+        s.w->changeTable("Clienti");
+        s.w->removeTable();
+        QCOMPARE(s.messages.questions, (QStringList{"Eliminare #Order?", "Eliminare Clienti?"}));
+        QVERIFY(!db.tableExists("Clienti") && !s.w->tableNames.contains("Clienti"));
+        QVERIFY(db.findRecord("settings", "RSTRINGFORMAT_tableName", "Clienti").isEmpty());
+        QCOMPARE(db.countRecords("subtablesconfigs"), 1);
+        QVERIFY(!db.findRecord("subtablesconfigs", "RSTRINGFORMAT_subConfigName", "Ordini_Righe_XSBCONFX_a").isEmpty());
+        QCOMPARE(s.buttons(), (QStringList{"hiddentable_y", "Ordini"}));
+        // The second remaining name becomes current.
+        QCOMPARE(s.w->currentTable, s.w->tableNames.at(1));
+
+        // Deleting everything, after a question, leaves the system tables, empty.
+        s.messages.clear();
+        s.messages.fileAnswers = QStringList{QString()};
+        s.w->changeTableIcon();
+        s.messages.answers = {false};
+        s.w->deleteAll();
+        QVERIFY(db.tableExists("Ordini"));
+
+        for (int run = 0; run < 2; ++run) { // the second run starts with no tables at all
+            s.w->deleteAll();
+            QStringList tables = db.getTables();
+            tables.sort();
+            QCOMPARE(tables, (QStringList{"filters", "settings", "subtablesconfigs"}));
+            QCOMPARE(db.countRecords("settings"), 0);
+            QVERIFY(s.w->tableButtonList().isEmpty());
+            QCOMPARE(s.label("lbListName") + s.label("lbViewInfo"), QString("--------"));
+            QVERIFY(!s.w->findChild<progressBarForm *>()->isVisible());
+        }
+        const QString question = "question: Eliminare tutte le tabelle?";
+        QCOMPARE(s.messages.said, (QStringList{question, question, question}));
+        QCOMPARE(db.countRecords("subtablesconfigs"), 0);
+    }
+
+    void changeIconCopiesNeverOverwritesAndStores()
+    {
+        Window s(fiveTables);
+        auto change = [&s](const QString &picture) {
+            s.w->changeTable("Ordini");
+            s.messages.fileAnswers = QStringList{picture};
+            s.w->changeTableIcon();
+        };
+        change(savePicture(s.folder.file("rosso.png"), Qt::red));
+        QCOMPARE(s.messages.fileDialogs, QStringList{"Open File|/home|Images (*.png *.jpg *.jpeg *.bmp *.tif)"});
+        QVERIFY(QFile::exists(s.folder.file("DB_DATA/rosso.png")));
+        QCOMPARE(iconOf(s, "Ordini"), QString("DB_DATA/rosso.png"));
+        // The list is rebuilt and the first listed table is current again.
+        QCOMPARE(s.w->currentTable, QString("Clienti"));
+        QVERIFY(!s.w->tableIcon("Ordini").pixmap(16, 16).toImage().isNull());
+
+        // A second change updates the same row; an apostrophe in the name is kept.
+        change(savePicture(s.folder.file("l'azzurro.png"), Qt::blue));
+        QCOMPARE(iconOf(s, "Ordini"), QString("DB_DATA/l'azzurro.png"));
+        QCOMPARE(s.db().countRecords("settings"), 1);
+
+        // A file of the same name already there is kept and used.
+        savePicture(s.folder.file("DB_DATA/icona.png"), Qt::red);
+        change(savePicture(s.folder.file("icona.png"), Qt::green));
+        QCOMPARE(QImage(s.folder.file("DB_DATA/icona.png")).pixelColor(0, 0), QColor(Qt::red));
+        QCOMPARE(iconOf(s, "Ordini"), QString("DB_DATA/icona.png"));
+
+        // A cancelled dialog still stores "DB_DATA/", and the table shows an empty icon.
+        change(QString());
+        QCOMPARE(iconOf(s, "Ordini"), QString("DB_DATA/"));
+        QVERIFY(s.w->tableIcon("Ordini").pixmap(16, 16).isNull());
+        QVERIFY(!s.w->tableIcon("Clienti").pixmap(16, 16).isNull()); // the built-in icon
+        QVERIFY(s.messages.warnings.isEmpty());
+    }
 };
 
-QTEST_MAIN(TestDesigner)
-#include "tst_designer.moc"
+QTEST_MAIN(TestTables)
+#include "tst_tables.moc"
