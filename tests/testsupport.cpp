@@ -26,7 +26,7 @@ QString RecordingMessageHandler::choose(const QString &caption, const QString &d
 
 void RecordingMessageHandler::clear()
 {
-    for (QStringList *list : {&said, &warnings, &informations, &questions, &fileDialogs})
+    for (QStringList *list : {&said, &warnings, &questions, &fileDialogs})
         list->clear();
 }
 
@@ -50,15 +50,14 @@ void run(DbConnection &db, const QStringList &statements)
 
 QStringList dumpTable(DbConnection &db, const QString &table)
 {
-    QStringList rows;
-    const int count = db.countRecords(table);
-    for (int i = 0; i < count; ++i) {
-        const QSqlRecord record = db.getRecordAt(table, i);
+    QStringList rows, columns;
+    db.readRows(table, &columns, [&](const QVector<QVariant> &values) {
         QStringList cells;
-        for (int c = 0; c < record.count(); ++c)
-            cells << record.fieldName(c) + "=" + record.value(c).toString();
+        for (int c = 0; c < values.size(); ++c)
+            cells << columns.at(c) + "=" + values.at(c).toString();
         rows << cells.join(";");
-    }
+        return true;
+    });
     return rows;
 }
 
@@ -102,12 +101,31 @@ inputDataForm *editorOf(const QList<inputDataForm *> &editors, const QString &co
     return nullptr;
 }
 
+QStringList hiddenFields(const QList<inputDataForm *> &editors)
+{
+    QStringList hidden;
+    for (const inputDataForm *e : editors) {
+        if (e->isHidden())
+            hidden << e->fieldName();
+    }
+    return hidden;
+}
+
 QStringList tableLabels(const Tessaro &window)
 {
     QStringList labels;
     for (const ListButtonForm *button : window.tableButtonList())
         labels << button->labelText();
     return labels;
+}
+
+QString makePicture(const QString &path, int width, int height, Qt::GlobalColor color)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    QImage picture(width, height, QImage::Format_RGB32);
+    picture.fill(color);
+    picture.save(path, "PNG");
+    return path;
 }
 
 QString readFile(const QString &path)
@@ -131,8 +149,6 @@ Window::Window(const std::function<void(DbConnection &)> &prepare) : dbFile(fold
     }
     restart();
 }
-
-Window::~Window() = default;
 
 void Window::restart()
 {

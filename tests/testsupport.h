@@ -24,23 +24,16 @@ public:
     ~RecordingMessageHandler() override { MessageHandler::install(nullptr); }
 
     void warning(const QString &text) override { warnings << text; said << "warning: " + text; }
-    void information(const QString &text) override { informations << text; said << "information: " + text; }
+    void information(const QString &text) override { said << "information: " + text; }
     bool question(const QString &text) override;
-    QString openFileName(QWidget *, const QString &caption, const QString &dir, const QString &filter) override
-    {
-        return choose(caption, dir, filter);
-    }
+    QString openFileName(QWidget *, const QString &c, const QString &d, const QString &f) override { return choose(c, d, f); }
     QStringList openFileNames(QWidget *, const QString &caption, const QString &dir, const QString &filter) override;
-    QString saveFileName(QWidget *, const QString &caption, const QString &dir, const QString &filter) override
-    {
-        return choose(caption, dir, filter);
-    }
+    QString saveFileName(QWidget *, const QString &c, const QString &d, const QString &f) override { return choose(c, d, f); }
 
     void clear();
     // Everything said, in order, each prefixed with its kind ("warning: ", "question: "...).
     QStringList said;
     QStringList warnings;
-    QStringList informations;
     QStringList questions;
     QStringList fileDialogs; // "caption|dir|filter"
 
@@ -89,8 +82,13 @@ bool makeTable(DbConnection &db, const QString &name, const QStringList &columns
 QStringList itemTexts(const QListWidget *list);
 // The editor of column among editors; nullptr when there is none.
 inputDataForm *editorOf(const QList<inputDataForm *> &editors, const QString &column);
+// The field names of the editors that are hidden, in page order.
+QStringList hiddenFields(const QList<inputDataForm *> &editors);
 // The labels of a window's table buttons, in list order.
 QStringList tableLabels(const Tessaro &window);
+
+// A picture file of the given size and colour, its folder made too; its path.
+QString makePicture(const QString &path, int width, int height, Qt::GlobalColor color = Qt::red);
 
 // A file's text, "<missing>" when there is none.
 QString readFile(const QString &path);
@@ -106,7 +104,8 @@ struct Window {
     std::unique_ptr<Tessaro> w;
 
     explicit Window(const std::function<void(DbConnection &)> &prepare = {});
-    ~Window();
+    // A database made by statements first, as another tool would make it.
+    explicit Window(const QStringList &statements) : Window([&](DbConnection &db) { run(db, statements); }) {}
     // Closes the window and starts the program again on the same database.
     void restart();
     DbConnection &db() const { return *w->connection(); }

@@ -131,11 +131,9 @@ private slots:
         QFETCH(QString, note);
         QFETCH(QString, reason);
         // The table's own constraint refuses the note, unless a trigger does first.
-        Window s([](DbConnection &db) {
-            run(db, {"CREATE TABLE Contatti (RINTEGERFORMAT_Id integer primary key, RSTRINGFORMAT_Nome text, "
-                     "NSTRINGFORMAT_Nota text CHECK (NSTRINGFORMAT_Nota <> 'vietata'))",
-                     "INSERT INTO Contatti VALUES (1, 'Anna', 'prima')"});
-        });
+        Window s({"CREATE TABLE Contatti (RINTEGERFORMAT_Id integer primary key, RSTRINGFORMAT_Nome text, "
+                  "NSTRINGFORMAT_Nota text CHECK (NSTRINGFORMAT_Nota <> 'vietata'))",
+                  "INSERT INTO Contatti VALUES (1, 'Anna', 'prima')"});
         if (!setup.isEmpty())
             run(s.db(), {setup});
         const QStringList before = quotedRows(s.dbFile, "Contatti");
@@ -170,12 +168,10 @@ private slots:
     void foreignTablesAreOnlyBrowsed()
     {
         QFETCH(QString, table);
-        Window s([](DbConnection &db) {
-            run(db, {"CREATE TABLE Rubrica (nome text, telefono text)", "INSERT INTO Rubrica VALUES ('Anna', '123')",
-                     "CREATE TABLE Conti (RINTEGERFORMAT_Id text, NSTRINGFORMAT_Nome text)",
-                     "INSERT INTO Conti VALUES ('1', 'cassa')", "CREATE VIRTUAL TABLE Indice USING fts5(testo)",
-                     "INSERT INTO Indice VALUES ('prima riga'), ('seconda riga')"});
-        });
+        Window s({"CREATE TABLE Rubrica (nome text, telefono text)", "INSERT INTO Rubrica VALUES ('Anna', '123')",
+                  "CREATE TABLE Conti (RINTEGERFORMAT_Id text, NSTRINGFORMAT_Nome text)",
+                  "INSERT INTO Conti VALUES ('1', 'cassa')", "CREATE VIRTUAL TABLE Indice USING fts5(testo)",
+                  "INSERT INTO Indice VALUES ('prima riga'), ('seconda riga')"});
         const QStringList before = quotedRows(s.dbFile, table);
         s.w->changeTable(table);
         for (const char *button : {"pbNewUser", "pbEditUser", "pbDeleteUser"})
@@ -191,16 +187,14 @@ private slots:
 
     void failuresAreSaid()
     {
-        Window s([](DbConnection &db) {
-            QStringList setup = {"PRAGMA page_size = 1024",
-                                 "CREATE TABLE Clienti (RINTEGERFORMAT_Id integer primary key, RSTRINGFORMAT_Nome text)",
-                                 "INSERT INTO Clienti VALUES (1, 'Anna'), (2, 'Bruno')",
-                                 "CREATE TRIGGER keep BEFORE DELETE ON Clienti BEGIN SELECT RAISE(ABORT, 'protetto'); END",
-                                 "CREATE TABLE Grande (RINTEGERFORMAT_Id integer primary key, RSTRINGFORMAT_Nome text)"};
-            for (int i = 1; i <= 400; ++i)
-                setup << QString("INSERT INTO Grande VALUES (%1, '%1 %2')").arg(i).arg(QString(200, 'x'));
-            run(db, setup);
-        });
+        QStringList setup = {"PRAGMA page_size = 1024",
+                             "CREATE TABLE Clienti (RINTEGERFORMAT_Id integer primary key, RSTRINGFORMAT_Nome text)",
+                             "INSERT INTO Clienti VALUES (1, 'Anna'), (2, 'Bruno')",
+                             "CREATE TRIGGER keep BEFORE DELETE ON Clienti BEGIN SELECT RAISE(ABORT, 'protetto'); END",
+                             "CREATE TABLE Grande (RINTEGERFORMAT_Id integer primary key, RSTRINGFORMAT_Nome text)"};
+        for (int i = 1; i <= 400; ++i)
+            setup << QString("INSERT INTO Grande VALUES (%1, '%1 %2')").arg(i).arg(QString(200, 'x'));
+        Window s(setup);
 
         // A delete the database refuses is said, and the record stays shown.
         s.w->currentId = 2;
