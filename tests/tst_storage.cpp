@@ -237,6 +237,7 @@ private slots:
         QCOMPARE(db->insertEmptyRecord("T", true, 7), 8);
         QCOMPARE(db->insertEmptyRecord("T", false, 3), 9);
         QCOMPARE(db->insertEmptyRecord("T", true, 0), 10);
+        QCOMPARE(db->getRecordById("T", 7).value(1).toString(), QString("0")); // every other column holds 0
 
         // Each failure is told and kept until taken; the column test ignores case and blanks.
         QCOMPARE(db->insertEmptyRecord("Missing", false, 0), -1);
