@@ -59,16 +59,6 @@ const RecordMap::Entry *RecordMap::find(const QString &text, uint hash) const
     return &cells[at];
 }
 
-QMap<QString, int> RecordMap::map() const
-{
-    QMap<QString, int> ordered;
-    for (const Entry &entry : cells) {
-        if (!entry.isFree())
-            ordered.insert(entry.text, entry.id);
-    }
-    return ordered;
-}
-
 int RecordMap::value(const QString &text) const
 {
     const Entry *entry = find(text, qHash(text));

@@ -104,8 +104,6 @@ public:
     bool isEmpty() const { return used == 0; }
     int size() const { return used; }
     bool contains(const QString &text) const { return !find(text, qHash(text))->isFree(); }
-    // The entries in key order.
-    QMap<QString, int> map() const;
 
     void insert(const QString &text, int id);
     // The id of text; a missing text is entered with 0.

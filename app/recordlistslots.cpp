@@ -10,6 +10,7 @@
 #include "records/subtables.h"
 #include "storage/tablename.h"
 
+#include <QEventLoop>
 #include <QSignalBlocker>
 #include <QSqlRecord>
 
@@ -75,8 +76,12 @@ void Tessaro::loadList(const QString &table)
     reportProgress(0, count);
     // A short load is over before a dialog could be read.
     const bool shown = count >= 5000;
-    if (shown)
+    if (shown) {
         progress->show();
+        // At start-up the progress comes over the window just painted.
+        if (constructing)
+            QEventLoop().processEvents();
+    }
 
     RecordListing listing = readRecordListing(
         *db, table, count, ui->pbSort->isChecked(), [this, &table](int id) { return isRecordListed(table, id); },

@@ -251,7 +251,7 @@ const DbConnection::TableShape &DbConnection::shape(const QString &table)
         shape.editable = idFirst && keys == 1 && shape.names.first() == IdColumn;
         // Tables of other tools are browsed by SQLite's row id, when they have one.
         QSqlQuery rowIds(db);
-        shape.rowIds = !shape.editable
+        shape.rowIds = !shape.editable && shape.names.first() != IdColumn
                        && rowIds.exec(QString::asprintf("SELECT rowid FROM %s LIMIT 0", u8(sqlName(table)).constData()));
     }
     return shapes.insert(table, shape).value();
@@ -674,16 +674,15 @@ bool DbConnection::readListColumn(const QString &table, const std::function<void
 
     QSqlQuery q(db);
     q.setForwardOnly(true);
-    // A table made by another tool is listed by its first column, its
-    // records known by SQLite's row id.
+    // The records of a table made by another tool are known by SQLite's row id.
     if (isBrowsedByRowId(table)) {
-        if (!q.exec(QString::asprintf("SELECT rowid, %s FROM %s", u8(sqlName(names.first())).constData(),
+        if (!q.exec(QString::asprintf("SELECT rowid, %s FROM %s", u8(hasSecond ? sqlName(names.at(first)) : QString("NULL")).constData(),
                                       u8(sqlName(table)).constData()))) {
             noteDamage(q, table);
             return false;
         }
         while (q.next())
-            row(q.value(0).toInt(), q.value(1));
+            row(q.value(0).toInt(), hasSecond ? q.value(1) : QVariant());
         noteDamage(q, table);
         return true;
     }

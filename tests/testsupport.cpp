@@ -1,53 +1,14 @@
 #include "testsupport.h"
 
-#include "app/tessaro.h"
-#include "records/inputdataform.h"
-#include "storage/dbconnection.h"
+#include "dialogs/listbuttonform.h"
 
-#include <QAbstractSpinBox>
-#include <QApplication>
-#include <QDir>
-#include <QFile>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QPushButton>
-#include <QStackedWidget>
-#include <QtTest>
-
-RecordingMessageHandler::RecordingMessageHandler()
-{
-    MessageHandler::install(this);
-}
-
-RecordingMessageHandler::~RecordingMessageHandler()
-{
-    MessageHandler::install(nullptr);
-}
-
-void RecordingMessageHandler::warning(const QString &text)
-{
-    warnings << text;
-    said << "warning: " + text;
-}
-
-void RecordingMessageHandler::information(const QString &text)
-{
-    informations << text;
-    said << "information: " + text;
-}
+#include <QSqlError>
 
 bool RecordingMessageHandler::question(const QString &text)
 {
     questions << text;
     said << "question: " + text;
     return answers.isEmpty() ? defaultAnswer : answers.takeFirst();
-}
-
-QString RecordingMessageHandler::openFileName(QWidget *, const QString &caption, const QString &dir,
-                                              const QString &filter)
-{
-    fileDialogs << caption + "|" + dir + "|" + filter;
-    return fileAnswers.isEmpty() ? QString() : fileAnswers.takeFirst();
 }
 
 QStringList RecordingMessageHandler::openFileNames(QWidget *, const QString &caption, const QString &dir,
@@ -57,8 +18,7 @@ QStringList RecordingMessageHandler::openFileNames(QWidget *, const QString &cap
     return multiFileAnswers.isEmpty() ? QStringList() : multiFileAnswers.takeFirst();
 }
 
-QString RecordingMessageHandler::saveFileName(QWidget *, const QString &caption, const QString &dir,
-                                              const QString &filter)
+QString RecordingMessageHandler::choose(const QString &caption, const QString &dir, const QString &filter)
 {
     fileDialogs << caption + "|" + dir + "|" + filter;
     return fileAnswers.isEmpty() ? QString() : fileAnswers.takeFirst();
@@ -79,41 +39,44 @@ int RecordingMessageHandler::choice(QWidget *, const QString &caption, const QSt
 
 void RecordingMessageHandler::clear()
 {
-    said.clear();
-    warnings.clear();
-    informations.clear();
-    questions.clear();
-    fileDialogs.clear();
+    for (QStringList *list : {&said, &warnings, &questions, &fileDialogs})
+        list->clear();
 }
 
-TestFolder::TestFolder() : previous(QDir::currentPath())
+void reportTo(DbConnection &db, MessageHandler &handler)
 {
-    QDir::setCurrent(dir.path());
+    db.setFailureListener([&handler](const QString &message) { handler.warning(message); });
+    db.setAnswerer([&handler](const QString &question) { return handler.question(question); });
 }
 
-TestFolder::~TestFolder()
+QSqlQuery sqlOn(DbConnection &db)
 {
-    QDir::setCurrent(previous);
+    return QSqlQuery(QSqlDatabase::database(db.connectionName()));
+}
+
+void run(DbConnection &db, const QStringList &statements)
+{
+    QSqlQuery q = sqlOn(db);
+    for (const QString &statement : statements)
+        QVERIFY2(q.exec(statement), qPrintable(statement + ": " + q.lastError().text()));
 }
 
 QStringList dumpTable(DbConnection &db, const QString &table)
 {
-    QStringList rows;
-    const int count = db.countRecords(table);
-    for (int i = 0; i < count; ++i) {
-        const QSqlRecord record = db.getRecordAt(table, i);
+    QStringList rows, columns;
+    db.readRows(table, &columns, [&](const QVector<QVariant> &values) {
         QStringList cells;
-        for (int c = 0; c < record.count(); ++c)
-            cells << record.fieldName(c) + "=" + record.value(c).toString();
+        for (int c = 0; c < values.size(); ++c)
+            cells << columns.at(c) + "=" + values.at(c).toString();
         rows << cells.join(";");
-    }
+        return true;
+    });
     return rows;
 }
 
 bool rememberDb(const QString &path)
 {
-    QFile last("lastDb.dat");
-    return last.open(QIODevice::WriteOnly) && last.write(path.toUtf8()) == path.toUtf8().size();
+    return writeFile("lastDb.dat", path.toUtf8());
 }
 
 bool makeTable(DbConnection &db, const QString &name, const QStringList &columns, const QStringList &rows)
@@ -142,6 +105,42 @@ QStringList itemTexts(const QListWidget *list)
     return texts;
 }
 
+inputDataForm *editorOf(const QList<inputDataForm *> &editors, const QString &column)
+{
+    for (inputDataForm *e : editors) {
+        if (e->columnName() == column)
+            return e;
+    }
+    return nullptr;
+}
+
+QStringList hiddenFields(const QList<inputDataForm *> &editors)
+{
+    QStringList hidden;
+    for (const inputDataForm *e : editors) {
+        if (e->isHidden())
+            hidden << e->fieldName();
+    }
+    return hidden;
+}
+
+QStringList tableLabels(const Tessaro &window)
+{
+    QStringList labels;
+    for (const ListButtonForm *button : window.tableButtonList())
+        labels << button->labelText();
+    return labels;
+}
+
+QString makePicture(const QString &path, int width, int height, Qt::GlobalColor color)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    QImage picture(width, height, QImage::Format_RGB32);
+    picture.fill(color);
+    picture.save(path, "PNG");
+    return path;
+}
+
 QString readFile(const QString &path)
 {
     QFile f(path);
@@ -164,47 +163,12 @@ Window::Window(const std::function<void(DbConnection &)> &prepare) : dbFile(fold
     restart();
 }
 
-Window::~Window() = default;
-
 void Window::restart()
 {
     w.reset();
     rememberDb(dbFile);
     w.reset(new Tessaro);
     w->show();
-}
-
-DbConnection &Window::db() const
-{
-    return *w->connection();
-}
-
-QString Window::page() const
-{
-    return w->findChild<QStackedWidget *>("stPages")->currentWidget()->objectName();
-}
-
-void Window::click(const char *button) const
-{
-    w->findChild<QAbstractButton *>(button)->click();
-}
-
-inputDataForm *Window::editor(const QString &column) const
-{
-    for (inputDataForm *e : w->inputForms) {
-        if (e->columnName() == column)
-            return e;
-    }
-    return nullptr;
-}
-
-inputDataForm *Window::filterEditor(const QString &column) const
-{
-    for (inputDataForm *e : w->filterEditors()) {
-        if (e->columnName() == column)
-            return e;
-    }
-    return nullptr;
 }
 
 QWidget *Window::input(inputDataForm *editor) const
@@ -228,14 +192,4 @@ void Window::type(inputDataForm *editor, const QString &text) const
     else if (auto *line = qobject_cast<QLineEdit *>(control))
         line->selectAll();
     QTest::keyClicks(control, text);
-}
-
-QStringList Window::rows(const QString &table) const
-{
-    return dumpTable(db(), table);
-}
-
-QStringList Window::items() const
-{
-    return itemTexts(w->findChild<QListWidget *>("userListWidget"));
 }

@@ -9,39 +9,30 @@ class TestFuzzCorpus : public QObject
 {
     Q_OBJECT
 
+    DbConnection db; // the fuzz targets' database, made once
+
 private slots:
-    void replay_data();
-    void replay();
+    void initTestCase() { makeFuzzDatabase(db); }
+
+    void replay_data()
+    {
+        QTest::addColumn<QString>("path");
+        const QString corpus = QFINDTESTDATA("fuzz/corpus");
+        QVERIFY(!corpus.isEmpty());
+        for (const QString &kind : {"tvf", "tsc"}) {
+            const QDir folder(corpus + "/" + kind);
+            for (const QString &name : folder.entryList(QDir::Files))
+                QTest::newRow(qPrintable(kind + "/" + name)) << folder.filePath(name);
+        }
+    }
+    void replay()
+    {
+        QFETCH(QString, path);
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        path.endsWith(".tvf") ? fuzzRecordFile(db, file.readAll()) : fuzzStructureFile(db, file.readAll());
+    }
 };
-
-void TestFuzzCorpus::replay_data()
-{
-    QTest::addColumn<QString>("path");
-    const QString corpus = QFINDTESTDATA("fuzz/corpus");
-    QVERIFY(!corpus.isEmpty());
-    for (const QString &kind : {"tvf", "tsc"}) {
-        const QDir folder(corpus + "/" + kind);
-        for (const QString &name : folder.entryList(QDir::Files))
-            QTest::newRow(qPrintable(kind + "/" + name)) << folder.filePath(name);
-    }
-}
-
-void TestFuzzCorpus::replay()
-{
-    QFETCH(QString, path);
-    static DbConnection *db = nullptr;
-    if (!db) {
-        db = new DbConnection;
-        makeFuzzDatabase(*db);
-    }
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QByteArray bytes = file.readAll();
-    if (path.endsWith(".tvf"))
-        fuzzRecordFile(*db, bytes);
-    else
-        fuzzStructureFile(*db, bytes);
-}
 
 QTEST_GUILESS_MAIN(TestFuzzCorpus)
 #include "tst_fuzzcorpus.moc"

@@ -55,24 +55,19 @@ inline void fuzzRecordFile(DbConnection &db, const QByteArray &bytes)
     }
 }
 
-inline int fuzzTableCount(DbConnection &db)
-{
-    return db.getTables().size();
-}
-
 // Reads the bytes as a structure file and creates its table, then drops it.
 inline void fuzzStructureFile(DbConnection &db, const QByteArray &bytes)
 {
     const TableStructure structure = readStructure(bytes);
     structureLineCount(bytes);
-    static const int tables = fuzzTableCount(db);
+    static const int tables = db.getTables().size();
     if (db.createTable("Nuova", structure.columns)) {
-        if (fuzzTableCount(db) != tables + 1)
+        if (db.getTables().size() != tables + 1)
             fuzzFail("creating one table changed the others");
         db.dropTable("Nuova");
     }
     db.takeFailures();
-    if (fuzzTableCount(db) != tables)
+    if (db.getTables().size() != tables)
         fuzzFail("a table was left behind or removed");
 }
 
