@@ -12,6 +12,8 @@ class QTextStream;
 //   tessaro export-structure FILE.db TABLE OUT.tsc
 //   tessaro export-text FILE.db TABLE OUT.txt
 //   tessaro import FILE.db TABLE IN.tvf
+//   tessaro export-csv FILE.db TABLE OUT.csv [--international]
+//   tessaro import-csv FILE.db TABLE IN.csv [--new-table] [--good-rows]
 // TABLE is the name the window shows. A failure prints the message on the
 // error stream and ends with a status other than 0; a failed run leaves the
 // database as it was and writes no output file.
