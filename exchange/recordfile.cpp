@@ -143,8 +143,10 @@ private:
     // Reads a piece, "\r" left out; false at the end of the file.
     bool readPiece(QByteArray *into)
     {
-        QByteArray piece = device->read(1 << 20);
-        if (piece.isEmpty())
+        piece.resize(int(qMin<qint64>(1 << 20, qMax<qint64>(device->bytesAvailable(), 1 << 16))));
+        const qint64 count = device->read(piece.data(), piece.size());
+        piece.resize(int(qMax<qint64>(count, 0)));
+        if (count <= 0)
             return false;
         if (memchr(piece.constData(), '\r', size_t(piece.size())))
             piece.replace('\r', QByteArray());
@@ -154,6 +156,7 @@ private:
 
     std::unique_ptr<QIODevice> device;
     std::unique_ptr<QTextDecoder> decoder;
+    QByteArray piece; // read last, keeping its room
     QByteArray buffer;
     int at = 0;
     bool ended = false;
