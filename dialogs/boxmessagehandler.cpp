@@ -21,6 +21,13 @@ void MessageHandler::install(MessageHandler *handler)
     installedHandler = handler;
 }
 
+QString MessageHandler::saveFileNameWithChoice(QWidget *parent, const QString &caption, const QString &dir,
+                                               const QString &filters, QString *chosen)
+{
+    *chosen = filters.section(";;", 0, 0);
+    return saveFileName(parent, caption, dir, filters);
+}
+
 void BoxMessageHandler::warning(const QString &text)
 {
     QMessageBox box;
@@ -67,4 +74,11 @@ QString BoxMessageHandler::saveFileName(QWidget *parent, const QString &caption,
                                         const QString &filter)
 {
     return QFileDialog::getSaveFileName(parent, caption, dir, filter);
+}
+
+QString BoxMessageHandler::saveFileNameWithChoice(QWidget *parent, const QString &caption, const QString &dir,
+                                                  const QString &filters, QString *chosen)
+{
+    *chosen = filters.section(";;", 0, 0);
+    return QFileDialog::getSaveFileName(parent, caption, dir, filters, chosen);
 }

@@ -17,6 +17,8 @@ public:
                               const QString &filter) override;
     QString saveFileName(QWidget *parent, const QString &caption, const QString &dir,
                          const QString &filter) override;
+    QString saveFileNameWithChoice(QWidget *parent, const QString &caption, const QString &dir,
+                                   const QString &filters, QString *chosen) override;
 };
 
 #endif // BOXMESSAGEHANDLER_H
