@@ -137,6 +137,7 @@ void CsvImportForm::chooseMode()
     ui->leNewTableName->setEnabled(newTable);
     clearProblems();
     markProblems();
+    ui->twPreview->resizeColumnsToContents();
 }
 
 // The values of the preview that would not read are shown in red, the

@@ -22,10 +22,12 @@ QByteArray u8(const QString &text)
     return text.toUtf8();
 }
 
+} // namespace
+
 // The looked-up texts of a table's column, each with the id of its record, in
 // one block: no allocation per text. A text that several records share is
 // ambiguous.
-class LookupIndex
+class CsvLookupIndex
 {
 public:
     static constexpr int Ambiguous = -1;
@@ -97,6 +99,8 @@ private:
     std::vector<quint32> cells; // offset + 1 into arena; 0 is free
     size_t count = 0;
 };
+
+namespace {
 
 // A text as records are told apart (RecordWriter::identifierKey), in UTF-8;
 // plain ASCII on its bytes.
@@ -200,7 +204,7 @@ struct CsvImport::Target {
     bool monthFirst = false;
     bool decimalPoint = false;
     QByteArray fixed;
-    std::shared_ptr<LookupIndex> lookup;
+    std::shared_ptr<CsvLookupIndex> lookup;
     QString lookupTable; // as shown
 };
 
@@ -269,10 +273,8 @@ QString readValue(const Target &t, const QByteArray &value, QByteArray *stored)
         return QString();
     }
     case Target::Lookup: {
-        if (!t.lookup) // the preview does not look up
-            return QString();
         const int id = t.lookup->idOf(lookupKey(text));
-        if (id == LookupIndex::Ambiguous)
+        if (id == CsvLookupIndex::Ambiguous)
             return QString::fromUtf8("'%1' è in più Record di %2").arg(shown(value), t.lookupTable);
         if (id == 0)
             return QString::fromUtf8("'%1' non è tra i Record di %2").arg(shown(value), t.lookupTable);
@@ -489,7 +491,7 @@ QString CsvImport::prepare(const Plan &plan, QList<Target> *targets)
     if (!any)
         return QString::fromUtf8("ERRORE: Nessuna colonna del file corrisponde a un campo della tabella!");
 
-    QHash<QString, std::shared_ptr<LookupIndex>> lookups;
+    lookups.clear();
     for (int i = 0; i < columns.size(); ++i) {
         const ColumnName name(columns.at(i));
         Target t;
@@ -513,29 +515,39 @@ QString CsvImport::prepare(const Plan &plan, QList<Target> *targets)
             t.monthFirst = surveys.at(t.file).monthFirst();
             t.decimalPoint = surveys.at(t.file).decimalPoint(file.separator());
         }
-        if (t.kind == Target::Lookup) {
-            t.lookupTable = TableName(name.lookupTable()).display();
-            const QString key = name.lookupTable() + "\n" + name.lookupColumn();
-            if (!lookups.contains(key)) {
-                auto index = std::make_shared<LookupIndex>();
-                db.readValuesById(name.lookupTable(), name.lookupColumn(), [&index](int id, const QVariant &value) {
-                    index->add(lookupKey(value.toString().toUtf8()), id);
-                });
-                lookups.insert(key, index);
-            }
-            t.lookup = lookups.value(key);
-        }
+        if (t.kind == Target::Lookup)
+            prepareLookup(columns.at(i), &t, true);
         *targets << t;
     }
     return QString();
 }
 
-QString CsvImport::valueProblem(int fileColumn, const QString &column, const QByteArray &value) const
+// The texts a lookup column looks up, read once per import (fresh) or once
+// for the preview.
+void CsvImport::prepareLookup(const QString &column, Target *target, bool fresh)
+{
+    const ColumnName name(column);
+    target->lookupTable = TableName(name.lookupTable()).display();
+    QHash<QString, std::shared_ptr<CsvLookupIndex>> &read = fresh ? lookups : previewLookups;
+    const QString key = name.lookupTable() + "\n" + name.lookupColumn();
+    if (!read.contains(key)) {
+        auto index = std::make_shared<CsvLookupIndex>();
+        db.readValuesById(name.lookupTable(), name.lookupColumn(), [&index](int id, const QVariant &value) {
+            index->add(lookupKey(value.toString().toUtf8()), id);
+        });
+        read.insert(key, index);
+    }
+    target->lookup = read.value(key);
+}
+
+QString CsvImport::valueProblem(int fileColumn, const QString &column, const QByteArray &value)
 {
     const ColumnName name(column);
     Target t;
     t.kind = kindOf(name);
     t.required = name.isRequired();
+    if (t.kind == Target::Lookup)
+        prepareLookup(column, &t, false);
     if (fileColumn >= 0 && fileColumn < surveys.size()) {
         t.monthFirst = surveys.at(fileColumn).monthFirst();
         t.decimalPoint = surveys.at(fileColumn).decimalPoint(file.separator());

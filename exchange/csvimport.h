@@ -6,10 +6,14 @@
 #include "exchange/recordfile.h"
 #include "storage/dbconnection.h"
 
+#include <QHash>
 #include <QList>
 #include <QStringList>
 #include <QVector>
 #include <functional>
+#include <memory>
+
+class CsvLookupIndex;
 
 // Imports a spreadsheet's CSV file into a table, or into a new table made
 // from it. The file is read whole once when it is opened (its header, its
@@ -78,8 +82,8 @@ public:
                 const std::function<void(const QString &problem)> &told = {});
 
     // The problem a value of file column would be for column, empty when it
-    // reads (for a preview; lookups are not looked up).
-    QString valueProblem(int fileColumn, const QString &column, const QByteArray &value) const;
+    // reads (for a preview: an identifier already present is not told).
+    QString valueProblem(int fileColumn, const QString &column, const QByteArray &value);
 
     int importedCount() const { return imported; }
     int leftOutCount() const { return leftOut; }
@@ -92,6 +96,7 @@ public:
 
 private:
     QString prepare(const Plan &plan, QList<Target> *targets);
+    void prepareLookup(const QString &column, Target *target, bool fresh);
     QString label(int fileColumn) const;
 
     DbConnection &db;
@@ -104,6 +109,8 @@ private:
     QStringList problemList;
     int problemTotal = 0;
     QString error;
+    // The looked-up texts the import and the preview have read, by table and column.
+    QHash<QString, std::shared_ptr<CsvLookupIndex>> lookups, previewLookups;
 };
 
 #endif // CSVIMPORT_H
