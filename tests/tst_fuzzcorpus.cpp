@@ -19,7 +19,7 @@ void TestFuzzCorpus::replay_data()
     QTest::addColumn<QString>("path");
     const QString corpus = QFINDTESTDATA("fuzz/corpus");
     QVERIFY(!corpus.isEmpty());
-    for (const QString &kind : {"tvf", "tsc"}) {
+    for (const QString &kind : {"tvf", "tsc", "csv"}) {
         const QDir folder(corpus + "/" + kind);
         for (const QString &name : folder.entryList(QDir::Files))
             QTest::newRow(qPrintable(kind + "/" + name)) << folder.filePath(name);
@@ -39,6 +39,8 @@ void TestFuzzCorpus::replay()
     const QByteArray bytes = file.readAll();
     if (path.endsWith(".tvf"))
         fuzzRecordFile(*db, bytes);
+    else if (path.endsWith(".csv"))
+        fuzzCsvFile(*db, bytes);
     else
         fuzzStructureFile(*db, bytes);
 }
