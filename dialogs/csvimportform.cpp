@@ -71,6 +71,7 @@ void CsvImportForm::setPreview(const QStringList &header, const QList<QStringLis
         auto *field = new QComboBox(table);
         auto *name = new QLineEdit(table);
         auto *type = new QComboBox(table);
+        field->setSizeAdjustPolicy(QComboBox::AdjustToContents);
         for (const QString &tag : designerTypeTags()) {
             if (tag != Naming::LinkTag && tag != Naming::SubtableTag)
                 type->addItem(typeStem(tag), tag);
