@@ -107,7 +107,7 @@ void CsvReader::detectEncoding()
     fileEncoding = Utf8;
     QByteArray carried;
     while (!device->atEnd()) {
-        const QByteArray piece = carried + device->read(qMin<qint64>(PieceBytes, qMax<qint64>(device->bytesAvailable(), 1 << 16)));
+        const QByteArray piece = carried + device->read(qMin<qint64>(PieceBytes, qMax<qint64>(device->bytesAvailable(), 4096)));
         if (piece.isEmpty())
             break;
         const int open = checkUtf8(piece.constData(), piece.size());
@@ -213,7 +213,7 @@ bool CsvReader::fill()
     // Read into buffers that keep their room from piece to piece.
     QByteArray &into = decoder ? raw : chunk;
     while (chunk.isEmpty()) {
-        into.resize(int(qMin<qint64>(PieceBytes, qMax<qint64>(device->bytesAvailable(), 1 << 16))));
+        into.resize(int(qMin<qint64>(PieceBytes, qMax<qint64>(device->bytesAvailable(), 4096))));
         const qint64 count = device->read(into.data(), into.size());
         into.resize(int(qMax<qint64>(count, 0)));
         if (count <= 0)

@@ -337,19 +337,24 @@ void CsvColumnSurvey::add(const QByteArray &value)
             break;
         }
     }
-    if (digitCount > 0) {
-        const QString text = QString::fromUtf8(s, length);
-        double number;
-        const char *firstDigit = s;
+    if (digitCount > 0 && digitCount <= 15 && !plus) {
+        // The number less its blanks and euro sign, in ASCII.
+        QByteArray bare;
+        bare.reserve(length);
+        for (const char *at = s; at < end; ++at) {
+            if (*at == ' ' || (*at & 0x80))
+                continue;
+            bare += *at;
+        }
+        const char *firstDigit = bare.constData();
         while (!isDigit(*firstDigit))
             ++firstDigit;
         // "007", "+39 02 1234567": codes and telephone numbers, not amounts.
-        const bool code = plus || (blank && !euro) || digitCount > 15
-                          || (*firstDigit == '0' && firstDigit + 1 < end && isDigit(firstDigit[1]));
-        if (!code && readCsvNumber(text, false, &number)) {
+        const bool code = (blank && !euro) || (*firstDigit == '0' && isDigit(firstDigit[1]));
+        double number;
+        if (!code && readTypedNumber(QString::fromLatin1(bare), &number)) {
             ++numbers;
             euros += euro;
-            const QByteArray bare = withoutBlanksAndEuro(text).toUtf8();
             const char *from = bare.constData() + (bare.startsWith('-') ? 1 : 0);
             const bool grouped = !comma && point && groupedWhole(from, bare.constData() + bare.size());
             commaDecimals += comma;
@@ -359,8 +364,18 @@ void CsvColumnSurvey::add(const QByteArray &value)
         }
     }
     if (length <= 6) {
-        const int yesNoValue = readCsvYesNo(QString::fromUtf8(s, length));
-        if (yesNoValue >= 0) {
+        char word[8] = {};
+        for (int i = 0; i < length; ++i)
+            word[i] = s[i] >= 'A' && s[i] <= 'Z' ? char(s[i] - 'A' + 'a') : s[i];
+        // "sì" and "SÌ" end in the two bytes of a small or a capital ì.
+        const bool accented = length == 3 && word[0] == 's' && uchar(word[1]) == 0xC3
+                              && (uchar(word[2]) == 0xAC || uchar(word[2]) == 0x8C);
+        bool yes = accented, no = false;
+        for (const char *w : {"si", "vero", "1", "true"})
+            yes = yes || strcmp(word, w) == 0;
+        for (const char *w : {"no", "falso", "0", "false"})
+            no = no || strcmp(word, w) == 0;
+        if (yes || no) {
             ++yesNo;
             yesNoWords += isDigit(*s) ? 0 : 1;
         }

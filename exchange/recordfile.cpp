@@ -143,7 +143,7 @@ private:
     // Reads a piece, "\r" left out; false at the end of the file.
     bool readPiece(QByteArray *into)
     {
-        piece.resize(int(qMin<qint64>(1 << 20, qMax<qint64>(device->bytesAvailable(), 1 << 16))));
+        piece.resize(int(qMin<qint64>(1 << 20, qMax<qint64>(device->bytesAvailable(), 4096))));
         const qint64 count = device->read(piece.data(), piece.size());
         piece.resize(int(qMax<qint64>(count, 0)));
         if (count <= 0)
