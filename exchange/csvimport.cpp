@@ -134,9 +134,17 @@ QByteArray trimmed(const QByteArray &bytes)
     return from == 0 && to == bytes.size() ? bytes : QByteArray(bytes.constData() + from, to - from);
 }
 
+// Nothing but white space, as the record page sees an empty field.
 bool isBlankText(const QByteArray &bytes)
 {
-    return QString::fromUtf8(trimmed(bytes)).trimmed().isEmpty();
+    bool ascii = true;
+    for (const char c : bytes) {
+        if (c & 0x80)
+            ascii = false;
+        else if (c != ' ' && (c < '\t' || c > '\r'))
+            return false;
+    }
+    return ascii || QString::fromUtf8(bytes).trimmed().isEmpty();
 }
 
 // "-12": at most nine digits, no leading zero.

@@ -279,16 +279,10 @@ QDate readCsvDate(const QByteArray &utf8, bool monthFirst, bool *ambiguous, bool
 
 int readCsvYesNo(const QString &text)
 {
+    static const QStringList yes = {QString::fromUtf8("sì"), "si", "vero", "1", "true"};
+    static const QStringList no = {"no", "falso", "0", "false"};
     const QString word = text.trimmed().toLower();
-    for (const char *yes : {"sì", "si", "vero", "1", "true"}) {
-        if (word == QString::fromUtf8(yes))
-            return 1;
-    }
-    for (const char *no : {"no", "falso", "0", "false"}) {
-        if (word == QLatin1String(no))
-            return 0;
-    }
-    return -1;
+    return yes.contains(word) ? 1 : no.contains(word) ? 0 : -1;
 }
 
 void CsvColumnSurvey::add(const QByteArray &value)
