@@ -17,5 +17,7 @@ bool isLaunchChild(int argc, char **argv);
 int runLaunchChild(int argc, char **argv);
 BenchResult benchExport(BenchContext &context);
 BenchResult benchImport(BenchContext &context);
+BenchResult benchCsvExport(BenchContext &context);
+BenchResult benchCsvImport(BenchContext &context);
 
 #endif // BENCHOPERATIONS_H

@@ -31,6 +31,8 @@ const Operation Operations[] = {
     {"safety", benchSafety},
     {"export", benchExport},
     {"import", benchImport},
+    {"csv-export", benchCsvExport},
+    {"csv-import", benchCsvImport},
 };
 
 } // namespace
