@@ -1,6 +1,8 @@
 #include "app/commandline.h"
 
 #include "app/session.h"
+#include "exchange/csvexport.h"
+#include "exchange/csvimport.h"
 #include "exchange/exportfile.h"
 #include "storage/backupcopies.h"
 #include "storage/databasecheck.h"
@@ -36,6 +38,8 @@ const QList<Verb> &verbs()
         {"import", {"FILE.db", "TABELLA", "FILE.tvf"}, "importa i Record di un Trasvo File in una tabella"},
         {"backup", {"FILE.db"}, "copia il Db in Backup/ accanto al file (--to CARTELLA: con allegati e icone)"},
         {"check", {"FILE.db"}, "verifica il Db e i suoi allegati"},
+        {"export-csv", {"FILE.db", "TABELLA", "FILE.csv"}, "esporta una tabella per i fogli di calcolo"},
+        {"import-csv", {"FILE.db", "TABELLA", "FILE.csv"}, "importa un foglio di calcolo in una tabella"},
     };
     return list;
 }
@@ -64,6 +68,12 @@ QString usage()
                               "standard error, lo stato d'uscita non è 0, il Db resta com'era e nessun file\n"
                               "viene scritto.\n\n"
                               "Opzioni:\n");
+    text += QString("  --international").leftJustified(50)
+            + QString::fromUtf8(" export-csv: forma internazionale (\",\", punto decimale, date ISO)\n");
+    text += QString("  --new-table").leftJustified(50)
+            + QString::fromUtf8(" import-csv: crea TABELLA con i campi e i tipi letti dal file\n");
+    text += QString("  --good-rows").leftJustified(50)
+            + QString::fromUtf8(" import-csv: importa le righe valide anche se altre hanno errori\n");
     text += QString("  -h, --help").leftJustified(50) + " mostra questo aiuto\n";
     text += QString("  -v, --version").leftJustified(50) + " mostra la versione\n";
     return text;
@@ -211,6 +221,70 @@ int check(const QStringList &args, QTextStream &out, QTextStream &err)
     return found.isClean() ? Done : Failed;
 }
 
+int exportCsv(const QStringList &args, bool international, QTextStream &err)
+{
+    Database data(err);
+    QString table;
+    if (!data.open(args.at(0), false) || !data.findTable(args.at(1), &table))
+        return Failed;
+    const QString problem =
+        writeCsvFile(data.db, args.at(2), table, international ? CsvForm::International : CsvForm::Italian);
+    if (!problem.isEmpty()) {
+        err << problem << "\n";
+        return Failed;
+    }
+    return Done;
+}
+
+// The window's rules: every problem is told, one per line; with any of them
+// nothing is written, unless the good rows are asked for (the status is then
+// still not 0).
+int importCsv(const QStringList &args, bool newTable, bool goodRows, QTextStream &out, QTextStream &err)
+{
+    Database data(err);
+    QString table;
+    if (!data.open(args.at(0), true) || (!newTable && !data.findTable(args.at(1), &table)))
+        return Failed;
+    CsvImport import(data.db);
+    if (!import.open(args.at(2))) {
+        err << import.errorText() << "\n";
+        return Failed;
+    }
+    CsvImport::Plan plan;
+    plan.goodRows = goodRows;
+    plan.newTable = newTable;
+    if (newTable) {
+        plan.table = args.at(1);
+        plan.newFields = import.guessedFields();
+    } else {
+        plan.table = table;
+        plan.mapping = import.mappingFor(table);
+        for (int j = 0; j < plan.mapping.size(); ++j) {
+            if (plan.mapping.at(j).isEmpty())
+                out << QString::fromUtf8("Colonna '%1' saltata: nessun campo della tabella ha quel nome.")
+                           .arg(import.header().at(j))
+                    << "\n";
+        }
+    }
+    const CsvImport::Outcome outcome =
+        import.run(plan, {}, [&err](const QString &problem) { err << problem << "\n"; });
+    if (outcome == CsvImport::Imported) {
+        out << QString::fromUtf8("Importati %1 Record.").arg(import.importedCount());
+        if (import.leftOutCount() > 0)
+            out << QString::fromUtf8(" Righe scartate: %1.").arg(import.leftOutCount());
+        out << "\n";
+        return import.problemCount() > 0 ? Failed : Done;
+    }
+    if (data.db.lastWriteWasBusy())
+        err << QString::fromUtf8("ERRORE: Il Db è in uso da un altro programma: nulla è stato importato, riprovare più tardi.")
+            << "\n";
+    else if (outcome == CsvImport::HasProblems)
+        err << QString::fromUtf8("ERRORE: Nessun Record importato: %1 problemi.").arg(import.problemCount()) << "\n";
+    else if (!import.errorText().isEmpty())
+        err << import.errorText().trimmed() << "\n";
+    return Failed;
+}
+
 } // namespace
 
 bool CommandLine::isCommand(const QStringList &arguments)
@@ -231,9 +305,12 @@ int CommandLine::run(const QStringList &arguments, QTextStream &out, QTextStream
     const QCommandLineOption help({"h", "help"}, "aiuto");
     const QCommandLineOption version({"v", "version"}, "versione");
     const QCommandLineOption to("to", "cartella", "CARTELLA");
+    const QCommandLineOption international("international", "export-csv");
+    const QCommandLineOption newTable("new-table", "import-csv");
+    const QCommandLineOption goodRows("good-rows", "import-csv");
     parser.addOption(help);
     parser.addOption(version);
-    parser.addOption(to);
+    parser.addOptions({to, international, newTable, goodRows});
     if (!parser.parse(QStringList("tessaro") + arguments)) {
         err << parser.errorText() << "\n\n" << usage();
         return Wrong;
@@ -257,6 +334,13 @@ int CommandLine::run(const QStringList &arguments, QTextStream &out, QTextStream
     }
     const QStringList args = words.mid(1);
     const QString name = verb->name;
+    // Each option belongs to one verb.
+    if ((parser.isSet(international) && name != "export-csv")
+        || ((parser.isSet(newTable) || parser.isSet(goodRows)) && name != "import-csv")
+        || (parser.isSet(to) && name != "backup")) {
+        err << QString::fromUtf8("Opzione non valida per %1.").arg(name) << "\n\n" << usage();
+        return Wrong;
+    }
     if (name == "tables")
         return listTables(args, out, err);
     if (name == "export")
@@ -269,5 +353,9 @@ int CommandLine::run(const QStringList &arguments, QTextStream &out, QTextStream
         return backup(args, parser.value(to), out, err);
     if (name == "check")
         return check(args, out, err);
+    if (name == "export-csv")
+        return exportCsv(args, parser.isSet(international), err);
+    if (name == "import-csv")
+        return importCsv(args, parser.isSet(newTable), parser.isSet(goodRows), out, err);
     return importRecords(args, out, err);
 }

@@ -14,6 +14,8 @@ class QTextStream;
 //   tessaro import FILE.db TABLE IN.tvf
 //   tessaro backup FILE.db [--to FOLDER]
 //   tessaro check FILE.db
+//   tessaro export-csv FILE.db TABLE OUT.csv [--international]
+//   tessaro import-csv FILE.db TABLE IN.csv [--new-table] [--good-rows]
 // TABLE is the name the window shows. A failure prints the message on the
 // error stream and ends with a status other than 0; a failed run leaves the
 // database as it was and writes no output file.

@@ -4,6 +4,7 @@
 #include "app/resources.h"
 #include "dialogs/aboutform.h"
 #include "dialogs/choosenameform.h"
+#include "dialogs/csvimportform.h"
 #include "dialogs/listbuttonform.h"
 #include "dialogs/progressbarform.h"
 #include "records/inputdataform.h"
@@ -62,6 +63,8 @@ Tessaro::Tessaro(QWidget *parent, const QString &startFile) : QMainWindow(parent
     connect(ui->actionSave_Full_Copy, &QAction::triggered, this, &Tessaro::saveFullCopy);
     connect(ui->actionRestore_Copy, &QAction::triggered, this, &Tessaro::restoreCopy);
     connect(ui->actionCheck_Db, &QAction::triggered, this, &Tessaro::checkDb);
+    connect(ui->actionExport_Csv, &QAction::triggered, this, &Tessaro::exportCsv);
+    connect(ui->actionImport_Csv, &QAction::triggered, this, &Tessaro::importCsv);
     connect(ui->pbNext, &QPushButton::clicked, this, &Tessaro::nextRecord);
     connect(ui->pbPrev, &QPushButton::clicked, this, &Tessaro::prevRecord);
     connect(ui->userSearchEdit, &QLineEdit::textChanged, this, &Tessaro::userSearch);
@@ -122,6 +125,8 @@ Tessaro::Tessaro(QWidget *parent, const QString &startFile) : QMainWindow(parent
     bar->addActions({ui->actionExport, ui->actionExport_Selected_Record_To_File,
                      ui->actionImport_From_File_Trasvo_File, ui->actionAutoExportAll});
     bar->addSeparator();
+    bar->addActions({ui->actionExport_Csv, ui->actionImport_Csv});
+    bar->addSeparator();
     bar->addAction(ui->actionExit);
     bar->addSeparator();
     bar->addAction(ui->actionTool);
@@ -148,6 +153,10 @@ Tessaro::Tessaro(QWidget *parent, const QString &startFile) : QMainWindow(parent
     connect(nameForm, &QDialog::accepted, this, &Tessaro::waitForName);
     connect(nameForm, &QDialog::rejected, this, [this] { awaitingFilterName = false; });
     connect(nameForm, &QDialog::accepted, this, &Tessaro::waitingForTableStructureName);
+    csvForm = new CsvImportForm(this);
+    csvForm->hide();
+    connect(csvForm, &CsvImportForm::formatChanged, this, &Tessaro::csvFormatChanged);
+    connect(csvForm, &CsvImportForm::importRequested, this, &Tessaro::csvImportRequested);
 
     setReadOnly(false);
 
@@ -180,6 +189,8 @@ Tessaro::Tessaro(QWidget *parent, const QString &startFile) : QMainWindow(parent
         {ui->actionImport_From_File_Trasvo_File, "Importa da File (Trasvo File)", "Importa da File (Trasvo File)"},
         {ui->actionImport_Table_Structure, "Importa Strutture", "Importa strutture di tabelle"},
         {ui->actionChange_Table_Icon, "Cambia Icona Tabella", "Cambia l'icona della tabella"},
+        {ui->actionExport_Csv, "Esporta CSV", "Esporta la tabella (o la lista filtrata) per i fogli di calcolo"},
+        {ui->actionImport_Csv, "Importa CSV", "Importa un foglio di calcolo (CSV)"},
         {ui->actionExit, "Chiudi", "Chiudi il programma"},
         {ui->actionTool, "Info", "Info"},
         {ui->actionDelete_All_Database, "Elimina Tutte Le Tabelle", "Elimina tutte le tabelle dal database"},
@@ -490,6 +501,9 @@ void Tessaro::updateTableActions()
                             ui->actionExport_Selected_Tables_Structure, ui->actionAdd_Field, ui->actionRemove_Table,
                             ui->actionChange_Table_Icon, ui->actionClear_Selected_List})
         action->setEnabled(table && !readOnly);
+    // Writing a spreadsheet reads only; reading one may make a new table.
+    ui->actionExport_Csv->setEnabled(table);
+    ui->actionImport_Csv->setEnabled(!readOnly);
 }
 
 // Return and Esc on the record, designer and filter pages. They reach a page

@@ -13,6 +13,7 @@
 #include <QIcon>
 #include <QMainWindow>
 #include <functional>
+#include <memory>
 
 class QIODevice;
 
@@ -27,6 +28,8 @@ class newTableElement;
 class inputDataForm;
 class outputDataForm;
 class calcForm;
+class CsvImportForm;
+class CsvImport;
 
 // The main window and the program's one controller: it owns the database
 // connection, every page, the dialogs and the widgets made at run time.
@@ -216,6 +219,14 @@ public slots:
     void exportSingleToFileTxt();
     void exportingSingleToFileHumanReading(const QString &path, const QString &table, int id);
 
+    // Spreadsheets: CSV out and in (exchange/csvslots.cpp)
+    void exportCsv();
+    void exportingCsv(const QString &path, const QString &table, bool international);
+    void importCsv();
+    void importingCsv(const QString &path);
+    void csvFormatChanged();
+    void csvImportRequested(bool goodRows);
+
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
@@ -307,6 +318,15 @@ private:
     void exportWithProgress(const QString &path, const QString &table, int kind, int id, const QString &label,
                             const QString &title);
     QString pendingStructureFile; // waits for its table name in the name dialog
+
+    // Spreadsheets (exchange/csvslots.cpp)
+public:
+    CsvImportForm *csvImportForm() const { return csvForm; }
+private:
+    void showCsvPreview();
+    CsvImportForm *csvForm = nullptr;
+    std::shared_ptr<CsvImport> csvImport; // the file the import dialog shows
+    QString csvFileName;
 };
 
 #endif // TESSARO_H

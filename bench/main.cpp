@@ -33,6 +33,8 @@ const Operation Operations[] = {
     {"import", benchImport},
     {"backup", benchBackup},
     {"subtable", benchSubtable},
+    {"csv-export", benchCsvExport},
+    {"csv-import", benchCsvImport},
 };
 
 } // namespace

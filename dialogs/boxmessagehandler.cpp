@@ -22,6 +22,13 @@ void MessageHandler::install(MessageHandler *handler)
     installedHandler = handler;
 }
 
+QString MessageHandler::saveFileNameWithChoice(QWidget *parent, const QString &caption, const QString &dir,
+                                               const QString &filters, QString *chosen)
+{
+    *chosen = filters.section(";;", 0, 0);
+    return saveFileName(parent, caption, dir, filters);
+}
+
 void BoxMessageHandler::warning(const QString &text)
 {
     QMessageBox box;
@@ -80,4 +87,11 @@ int BoxMessageHandler::choice(QWidget *parent, const QString &caption, const QSt
     bool chosen = false;
     const QString item = QInputDialog::getItem(parent, caption, text, items, 0, false, &chosen);
     return chosen ? items.indexOf(item) : -1;
+}
+
+QString BoxMessageHandler::saveFileNameWithChoice(QWidget *parent, const QString &caption, const QString &dir,
+                                                  const QString &filters, QString *chosen)
+{
+    *chosen = filters.section(";;", 0, 0);
+    return QFileDialog::getSaveFileName(parent, caption, dir, filters, chosen);
 }

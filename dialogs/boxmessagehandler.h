@@ -19,6 +19,8 @@ public:
                          const QString &filter) override;
     QString folderName(QWidget *parent, const QString &caption, const QString &dir) override;
     int choice(QWidget *parent, const QString &caption, const QString &text, const QStringList &items) override;
+    QString saveFileNameWithChoice(QWidget *parent, const QString &caption, const QString &dir,
+                                   const QString &filters, QString *chosen) override;
 };
 
 #endif // BOXMESSAGEHANDLER_H

@@ -29,6 +29,11 @@ public:
                                       const QString &filter) = 0;
     virtual QString saveFileName(QWidget *parent, const QString &caption, const QString &dir,
                                  const QString &filter) = 0;
+    // A save choice among several forms, one filter each (";;" between
+    // them); *chosen gets the filter of the chosen form. Unless a handler
+    // offers the choice, the first form is taken.
+    virtual QString saveFileNameWithChoice(QWidget *parent, const QString &caption, const QString &dir,
+                                           const QString &filters, QString *chosen);
 
     // A folder to write into; empty when the user cancelled.
     virtual QString folderName(QWidget *parent, const QString &caption, const QString &dir)

@@ -2,6 +2,7 @@
 
 #include "records/recordwriter.h"
 
+#include <QBuffer>
 #include <QFile>
 #include <QHash>
 #include <QIODevice>
@@ -14,19 +15,6 @@
 namespace {
 
 const QString Separator = QStringLiteral("###");
-
-// Number of "\n" from position from on.
-int lineEnds(const QByteArray &text, int from)
-{
-    int count = 0;
-    const char *const last = text.constData() + text.size();
-    for (const char *at = text.constData() + from; at < last; ++at, ++count) {
-        at = static_cast<const char *>(memchr(at, '\n', size_t(last - at)));
-        if (!at)
-            break;
-    }
-    return count;
-}
 
 // Walks the rows of table, writing the lines of the records accepted by wanted.
 // The text goes out in the system's code page, as a text stream writes it; in
@@ -87,46 +75,137 @@ void writeSingleRecord(DbConnection &db, QIODevice &device, const QString &table
     });
 }
 
+// The file in pieces: each read as bytes, its "\r" left out (as text mode
+// reads), then decoded. A byte-order mark decides the encoding, as a text
+// stream decides it; without one the system's code page is used. UTF-8 goes
+// on as it is, less its mark; anything else is turned into UTF-8.
+class RecordFileImporter::Lines
+{
+public:
+    explicit Lines(std::unique_ptr<QIODevice> source) : device(std::move(source)) {}
+
+    bool restart()
+    {
+        buffer.clear();
+        at = 0;
+        ended = false;
+        decoder.reset();
+        if (!device->seek(0))
+            return false;
+        // Enough of the file to find its mark.
+        while (buffer.size() < 4 && readPiece(&buffer)) {
+        }
+        QTextCodec *codec = QTextCodec::codecForUtfText(buffer, QTextCodec::codecForLocale());
+        if (codec->mibEnum() != 106) {
+            decoder.reset(codec->makeDecoder());
+            buffer = decoder->toUnicode(buffer).toUtf8();
+        } else if (buffer.startsWith("\xEF\xBB\xBF")) {
+            at = 3;
+        }
+        return true;
+    }
+
+    // The next line, without its "\n" (valid until the next call); false
+    // when nothing is left. *last: nothing follows it.
+    bool next(QByteArray *line, bool *last)
+    {
+        int searched = at; // no line end before this
+        for (;;) {
+            const char *const from = buffer.constData() + at;
+            const int left = buffer.size() - at;
+            const char *const end = static_cast<const char *>(
+                memchr(buffer.constData() + searched, '\n', size_t(buffer.size() - searched)));
+            // A line end at the end of what is read: whether anything follows
+            // is known once the next piece is read.
+            if (end && (end + 1 < buffer.constData() + buffer.size() || ended)) {
+                *line = QByteArray::fromRawData(from, int(end - from));
+                at += int(end - from) + 1;
+                *last = ended && at >= buffer.size();
+                return true;
+            }
+            if (!end && ended) {
+                if (left == 0)
+                    return false;
+                *line = QByteArray::fromRawData(from, left);
+                at = buffer.size();
+                *last = true;
+                return true;
+            }
+            // The lines handed out before are done with: only the rest is kept.
+            searched = (end ? int(end - buffer.constData()) : buffer.size()) - at;
+            buffer.remove(0, at);
+            at = 0;
+            ended = !readPiece(&buffer);
+        }
+    }
+
+private:
+    // Reads a piece, "\r" left out; false at the end of the file.
+    bool readPiece(QByteArray *into)
+    {
+        piece.resize(int(qMin<qint64>(1 << 20, qMax<qint64>(device->bytesAvailable(), 4096))));
+        const qint64 count = device->read(piece.data(), piece.size());
+        piece.resize(int(qMax<qint64>(count, 0)));
+        if (count <= 0)
+            return false;
+        if (memchr(piece.constData(), '\r', size_t(piece.size())))
+            piece.replace('\r', QByteArray());
+        *into += decoder ? decoder->toUnicode(piece).toUtf8() : piece;
+        return true;
+    }
+
+    std::unique_ptr<QIODevice> device;
+    std::unique_ptr<QTextDecoder> decoder;
+    QByteArray piece; // read last, keeping its room
+    QByteArray buffer;
+    int at = 0;
+    bool ended = false;
+};
+
+RecordFileImporter::RecordFileImporter(DbConnection &db) : db(db) {}
+RecordFileImporter::~RecordFileImporter() = default;
+
 bool RecordFileImporter::open(const QString &path)
 {
-    // Read as bytes: load() turns the line ends as text mode would.
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    auto file = std::make_unique<QFile>(path);
+    if (!file->open(QIODevice::ReadOnly))
         return false;
-    load(file.readAll());
+    lines = std::make_unique<Lines>(std::move(file));
+    survey();
     return true;
 }
 
 void RecordFileImporter::load(const QByteArray &bytes)
 {
-    text = bytes;
-    if (memchr(text.constData(), '\r', size_t(text.size())))
-        text.replace('\r', QByteArray()); // text mode
-    // A byte-order mark decides the encoding, as the text stream decides it;
-    // without one the system's code page is used. The lines are then read as
-    // UTF-8 bytes.
-    QTextCodec *codec = QTextCodec::codecForUtfText(text, QTextCodec::codecForLocale());
-    if (codec->mibEnum() != 106)
-        text = codec->toUnicode(text).toUtf8();
-    else if (text.startsWith("\xEF\xBB\xBF"))
-        text.remove(0, 3);
+    auto buffer = std::make_unique<QBuffer>();
+    buffer->setData(bytes);
+    buffer->open(QIODevice::ReadOnly);
+    lines = std::make_unique<Lines>(std::move(buffer));
+    survey();
+}
 
-    // Every "###", overlapping ones included.
-    separators = 0;
-    const char *const last = text.constData() + text.size();
-    for (const char *at = text.constData(); at + 2 < last;) {
-        at = static_cast<const char *>(memchr(at, '#', size_t(last - at)));
-        if (!at || at + 2 >= last)
-            break;
-        if (at[1] == '#' && at[2] == '#')
-            ++separators;
-        ++at;
+// The table name (line 1), the line ends after it and every "###",
+// overlapping ones included: a run of n "#" holds n - 2 of them.
+void RecordFileImporter::survey()
+{
+    table.clear();
+    separators = recordLines = 0;
+    if (!lines->restart())
+        return;
+    QByteArray line;
+    bool last = false;
+    int run = 0;
+    for (int count = 0; lines->next(&line, &last); ++count) {
+        if (count == 0)
+            table = QString::fromUtf8(line);
+        else
+            ++recordLines;
+        for (const char c : line) {
+            run = c == '#' ? run + 1 : 0;
+            separators += run >= 3;
+        }
+        run = 0; // a line end parts runs
     }
-    int end = text.indexOf('\n');
-    if (end < 0)
-        end = text.size();
-    table = QString::fromUtf8(text.constData(), end);
-    body = qMin(end + 1, text.size());
 }
 
 // Splits one record line into its values, in the table's column order: the
@@ -191,8 +270,10 @@ RecordFileImporter::Outcome RecordFileImporter::run(const ExchangeProgress &prog
     error.clear();
     if (!db.tableExists(table))
         return NoTable;
-    if (body >= text.size())
-        return Imported;
+    QByteArray line;
+    bool last = false;
+    if (!lines || !lines->restart() || !lines->next(&line, &last) || last)
+        return Imported; // no record lines
 
     // Records go only into tables laid out as the program lays them out.
     error = RecordWriter::foreignTableRefusal(db, table);
@@ -209,18 +290,13 @@ RecordFileImporter::Outcome RecordFileImporter::run(const ExchangeProgress &prog
         columnBytes << column.toUtf8();
     // Room for the file's records in the sets of ids and identifiers (a file
     // of empty lines is refused at its first one: it gets no more than a million).
-    bulk.reserve(qMin(lineEnds(text, body), 1 << 20));
+    bulk.reserve(qMin(recordLines, 1 << 20));
 
     Outcome outcome = Imported;
     int step = 0, lineCount = 0;
-    for (int start = body; start < text.size();) {
-        const char *const lineEnd =
-            static_cast<const char *>(memchr(text.constData() + start, '\n', size_t(text.size() - start)));
-        const int end = lineEnd ? int(lineEnd - text.constData()) : text.size();
-        const int from = start;
-        start = end + 1;
+    while (lines->next(&line, &last)) {
         int pairs = 0;
-        if (!splitLine(text.constData() + from, end - from, &pairs)) {
+        if (!splitLine(line.constData(), line.size(), &pairs)) {
             outcome = Incompatible;
             break;
         }
@@ -236,7 +312,7 @@ RecordFileImporter::Outcome RecordFileImporter::run(const ExchangeProgress &prog
             ++skipped;
         step += 2 * pairs;
         // The bar moves by whole percents: a few lines at a time are enough.
-        if (progress && (++lineCount % 16 == 0 || start >= text.size()))
+        if (progress && (++lineCount % 16 == 0 || last))
             progress(step, separators);
     }
     if (outcome != Imported && !keepReadRecords) {

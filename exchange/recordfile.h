@@ -8,6 +8,7 @@
 #include <QString>
 #include <QStringList>
 #include <functional>
+#include <memory>
 
 class QIODevice;
 
@@ -33,7 +34,9 @@ void writeSingleRecord(DbConnection &db, QIODevice &device, const QString &table
 // table are skipped; the Id of the file is kept when it is free, otherwise the
 // record gets the next one. A line whose columns differ from the table's stops
 // the import; the records before it stay. Everything is written through one
-// prepared statement inside one transaction.
+// prepared statement inside one transaction. The file is read a piece at a
+// time: once when it is opened (its table name, the progress total), once
+// by the import.
 class RecordFileImporter
 {
 public:
@@ -41,9 +44,10 @@ public:
     // NotSaved: the records could not be committed (already told); none stay.
     enum Outcome { Imported, CannotOpen, NoTable, Incompatible, Refused, WriteFailed, NotSaved };
 
-    explicit RecordFileImporter(DbConnection &db) : db(db) {}
+    explicit RecordFileImporter(DbConnection &db);
+    ~RecordFileImporter();
 
-    // Reads the whole file: false when it cannot be opened.
+    // Reads the file through once: false when it cannot be opened.
     bool open(const QString &path);
     // The same, from bytes already read.
     void load(const QByteArray &bytes);
@@ -63,13 +67,17 @@ public:
     // The message when the table refused the records or one could not be written.
     QString errorText() const { return error; }
 
+    // The file's text in UTF-8, without "\r", a line at a time.
+    class Lines;
+
 private:
+    void survey();
     bool splitLine(const char *line, int length, int *pairs);
 
     DbConnection &db;
+    std::unique_ptr<Lines> lines;
     QString table;
-    QByteArray text;  // the file in UTF-8, line ends as "\n"
-    int body = 0;     // where the record lines begin
+    int recordLines = 0; // line ends after the first line
     int separators = 0;
     int imported = 0;
     int skipped = 0;

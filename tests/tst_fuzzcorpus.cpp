@@ -19,7 +19,7 @@ private slots:
         QTest::addColumn<QString>("path");
         const QString corpus = QFINDTESTDATA("fuzz/corpus");
         QVERIFY(!corpus.isEmpty());
-        for (const QString &kind : {"tvf", "tsc"}) {
+        for (const QString &kind : {"tvf", "tsc", "csv"}) {
             const QDir folder(corpus + "/" + kind);
             for (const QString &name : folder.entryList(QDir::Files))
                 QTest::newRow(qPrintable(kind + "/" + name)) << folder.filePath(name);
@@ -30,7 +30,13 @@ private slots:
         QFETCH(QString, path);
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadOnly));
-        path.endsWith(".tvf") ? fuzzRecordFile(db, file.readAll()) : fuzzStructureFile(db, file.readAll());
+        const QByteArray bytes = file.readAll();
+        if (path.endsWith(".tvf"))
+            fuzzRecordFile(db, bytes);
+        else if (path.endsWith(".csv"))
+            fuzzCsvFile(db, bytes);
+        else
+            fuzzStructureFile(db, bytes);
     }
 };
 

@@ -4,6 +4,7 @@
 // What the fuzz targets and the corpus replay test run: each reader on a real
 // database, then the checks that the input changed nothing it must not.
 
+#include "exchange/csvimport.h"
 #include "exchange/recordfile.h"
 #include "exchange/structurefile.h"
 #include "storage/dbconnection.h"
@@ -69,6 +70,74 @@ inline void fuzzStructureFile(DbConnection &db, const QByteArray &bytes)
     db.takeFailures();
     if (db.getTables().size() != tables)
         fuzzFail("a table was left behind or removed");
+}
+
+// The spreadsheets' own database: a looked-up table, two of whose texts
+// differ only in case, and a table with a field of every kind.
+inline DbConnection &csvFuzzDatabase()
+{
+    static DbConnection *db = [] {
+        auto *made = new DbConnection;
+        made->openDb(":memory:");
+        made->createTable("Luoghi", {{"RSTRINGFORMAT_Nome", "text"}});
+        for (const char *name : {"Milano", "Torino", "torino "})
+            made->updateField("Luoghi", made->insertEmptyRecord("Luoghi", false, 0), "RSTRINGFORMAT_Nome", name);
+        made->createTable("Clienti", {{"RSTRINGFORMAT_Nome", "text"},
+                                      {"XLuoghi_XDTX_RSTRINGFORMAT_Nome", "Integer"},
+                                      {"NINTEGERFORMAT_Pezzi", "text"},
+                                      {"NREALFORMAT_Peso", "text"},
+                                      {"NMONEYFORMAT_Saldo", "text"},
+                                      {"NDATEFORMAT_Data", "text"},
+                                      {"NBOOLFORMAT_Attivo", "text"},
+                                      {"NMAILFORMAT_Posta", "text"},
+                                      {"NLONGSTRINGFORMAT_Note", "text"},
+                                      {"NLONGSTRINGFORMAT_UserPath", ""}});
+        return made;
+    }();
+    return *db;
+}
+
+// Imports the bytes as a spreadsheet's file into Clienti, all or nothing and
+// then only the good rows, and as a new table; checks that what was written
+// is what the import says, and nothing else. (The spreadsheets have a
+// database of their own: the one given is left alone.)
+inline void fuzzCsvFile(DbConnection &, const QByteArray &bytes)
+{
+    DbConnection &db = csvFuzzDatabase();
+    for (const bool goodRows : {false, true}) {
+        CsvImport import(db);
+        if (!import.openBytes(bytes))
+            return;
+        CsvImport::Plan plan{"Clienti", import.mappingFor("Clienti")};
+        plan.goodRows = goodRows;
+        const CsvImport::Outcome outcome = import.run(plan);
+        db.takeFailures();
+        if (db.countRecords("Clienti") != (outcome == CsvImport::Imported ? import.importedCount() : 0))
+            fuzzFail("rows differ from the records imported");
+        if (outcome == CsvImport::Imported && import.importedCount() + import.leftOutCount() != import.rowCount())
+            fuzzFail("a row was neither imported nor left out");
+        if ((outcome == CsvImport::HasProblems) != (!goodRows && import.problemCount() > 0 && outcome != CsvImport::Failed))
+            fuzzFail("problems and the outcome disagree");
+        if (db.countRecords("Luoghi") != 3)
+            fuzzFail("the looked-up table was written");
+        db.clearTable("Clienti");
+    }
+    CsvImport import(db);
+    import.openBytes(bytes);
+    CsvImport::Plan plan;
+    plan.table = "Nuova";
+    plan.newTable = true;
+    plan.newFields = import.guessedFields();
+    plan.goodRows = true;
+    const CsvImport::Outcome outcome = import.run(plan);
+    db.takeFailures();
+    if (db.tableExists("Nuova") != (outcome == CsvImport::Imported))
+        fuzzFail("a new table was left behind, or not made");
+    if (outcome == CsvImport::Imported) {
+        if (db.countRecords("Nuova") != import.importedCount())
+            fuzzFail("rows of the new table differ from the records imported");
+        db.dropTable("Nuova");
+    }
 }
 
 #endif // FUZZENTRIES_H
