@@ -10,7 +10,12 @@
 #include "records/subtables.h"
 #include "storage/tablename.h"
 
+#include "app/recordlistloader.h"
+#include "app/recordlistview.h"
+#include "records/inputdataform.h"
+
 #include <QEventLoop>
+#include <QProgressBar>
 #include <QSignalBlocker>
 #include <QSqlRecord>
 
@@ -40,19 +45,36 @@ QString columnTitle(const ColumnName &column)
 
 bool Tessaro::isRecordListed(const QString &table, int id)
 {
+    // The list is read through the filter: what it shows passes it.
+    if (table == listTable && listModel->size() > 0)
+        return true;
     return recordPassesFilter(table, id);
+}
+
+void Tessaro::stopLoading()
+{
+    if (!loader)
+        return;
+    loader->disconnect(this);
+    loader->stop();
+    loader->wait();
+    delete loader;
+    loader = nullptr;
+    loadProgress->hide();
 }
 
 void Tessaro::resetRecordList()
 {
-    records.clear();
-    listedCount = 0;
-    firstRowOfId.clear();
+    stopLoading();
+    listModel->clear();
     searchHits.clear();
     searchPosition = 0;
+    searchText.clear();
     listTable.clear();
-    ui->userListWidget->clear();
 }
+
+// Tables larger than this are read by a worker while the window goes on.
+static const int LoadedAtOnce = 50000;
 
 void Tessaro::loadList(const QString &table)
 {
@@ -62,6 +84,22 @@ void Tessaro::loadList(const QString &table)
     }
     resetRecordList();
     forgetFilterResults();
+    listModel->setSorted(ui->pbSort->isChecked());
+
+    RecordListRequest request;
+    request.table = table;
+    if (!filterPageStale) {
+        for (const inputDataForm *editor : qAsConst(filterForms))
+            request.conditions << editor->filterCondition();
+        for (const FilterCondition &condition : qAsConst(request.conditions))
+            listFiltered = listFiltered || condition.active;
+    }
+    if (table == db->rowScopeTable()) {
+        request.scopeColumn = Naming::OwnerColumn;
+        request.scopeValue = db->rowScopeValue();
+    }
+    listTable = table;
+    ++listLoads;
 
     progress->setWindowTitle("Elaborazione");
     const int count = db->countRecords(table);
@@ -69,6 +107,25 @@ void Tessaro::loadList(const QString &table)
         // At start-up the window comes first, with the load's progress over it.
         show();
     }
+
+    // A large table: its first records at once, the others from a worker,
+    // with the progress in the status bar.
+    if (count > LoadedAtOnce && !db->filePath().isEmpty()) {
+        loader = new RecordListLoader(db->filePath(), request, this);
+        connect(loader, &RecordListLoader::rowsRead, this, &Tessaro::takeLoadedRows);
+        connect(loader, &RecordListLoader::finishedReading, this, &Tessaro::finishLoading);
+        loadTotal = count;
+        loadProgress->setRange(0, count);
+        loadProgress->setValue(0);
+        loadProgress->show();
+        loader->start();
+        loader->waitForFirstRows(250);
+        takeLoadedRows();
+        if (listModel->size() == 0)
+            ui->lbViewInfo->setText("----");
+        return;
+    }
+
     // At start-up the load lets events through at once: the window is painted first.
     lastProgressValue = -1;
     if (constructing)
@@ -82,59 +139,73 @@ void Tessaro::loadList(const QString &table)
         if (constructing)
             QEventLoop().processEvents();
     }
-
-    RecordListing listing = readRecordListing(
-        *db, table, count, ui->pbSort->isChecked(), [this, &table](int id) { return isRecordListed(table, id); },
-        [this](int step, int total) { reportProgress(step, total); });
-    records = std::move(listing.map);
-    firstRowOfId = std::move(listing.firstRowOfId);
-
-    QListWidget *list = ui->userListWidget;
-    list->setUpdatesEnabled(false);
-    list->addItems(listing.texts);
-    listedCount = listing.texts.size();
-    listing.texts.clear();
-    list->setUpdatesEnabled(true);
-    listTable = table;
-    ++listLoads;
-
-    if (list->count() == 0)
+    RecordListReader reader(*db, request);
+    int read = 0;
+    reader.read([this, &read, count](RecordListModel::Batch &batch) {
+        read += batch.size();
+        listModel->append(batch);
+        reportProgress(read, count);
+        return true;
+    });
+    if (listModel->size() == 0)
         ui->lbViewInfo->setText("----");
-    ui->lbToolbar->setText(QString::asprintf("%d Records", list->count()));
+    ui->lbToolbar->setText(QString::asprintf("%d Records", listModel->size()));
     if (shown)
         progress->hide();
+}
+
+void Tessaro::takeLoadedRows()
+{
+    if (!loader)
+        return;
+    const int before = listModel->size();
+    for (const RecordListModel::Batch &batch : loader->takeBatches())
+        listModel->append(batch);
+    if (listModel->size() == before)
+        return;
+    ui->lbToolbar->setText(QString::asprintf("%d Records", listModel->size()));
+    loadProgress->setValue(qMin(loadTotal, listModel->size()));
+    // A search typed early finds the hits that come later.
+    if (searchText.size() >= 3)
+        extendSearch(listModel->isSorted() ? 0 : before);
+}
+
+void Tessaro::finishLoading(bool complete)
+{
+    if (!loader)
+        return;
+    takeLoadedRows();
+    // A table cut short by damage is told once, as the window's own reads tell it.
+    for (const QString &failure : loader->failures()) {
+        if (!toldFailures.contains(failure)) {
+            toldFailures.insert(failure);
+            MessageHandler::current()->warning(failure);
+        }
+    }
+    Q_UNUSED(complete)
+    stopLoading();
+    ui->lbToolbar->setText(QString::asprintf("%d Records", listModel->size()));
+}
+
+QVector<int> Tessaro::listedIds() const
+{
+    QVector<int> ids;
+    ids.reserve(listModel->size());
+    for (int row = 0; row < listModel->size(); ++row)
+        ids << listModel->idAt(row);
+    return ids;
 }
 
 // Row of the first item showing the text of record id: 0 when the record has
 // no text, -1 when its text is on no item.
 int Tessaro::rowOfRecord(int id) const
 {
-    QString text;
-    if (!records.textOf(id, &text))
-        return 0;
-    const QListWidget *list = ui->userListWidget;
-    if (list->count() == listedCount) {
-        // A text entered once is on one item only, the row of its record
-        // ("----" may also stand for records without text).
-        if (!records.isShared(text) && text != QLatin1String("----")) {
-            const int *row = firstRowOfId.find(records.value(text));
-            if (row && list->item(*row)->text() == text)
-                return *row;
-        }
-    }
-    // A shared text, or items changed since the load: look for the text itself.
-    const int count = list->count();
-    for (int row = 0; row < count; ++row) {
-        if (list->item(row)->text() == text)
-            return row;
-    }
-    return -1;
+    return listModel->rowOf(id);
 }
 
 int Tessaro::idOfRow(int row)
 {
-    const QListWidgetItem *item = ui->userListWidget->item(row);
-    return item ? records.idOf(item->text()) : 0;
+    return row >= 0 && row < listModel->size() ? listModel->idOf(listModel->textAt(row)) : 0;
 }
 
 void Tessaro::selectRow(int row)
@@ -156,12 +227,8 @@ void Tessaro::changeTable(const QString &table)
     changeToUsersPage();
     updateTableActions();
 
-    QListWidget *list = ui->userListWidget;
-    if (records.isEmpty()) {
-        listedCount = 0;
-        firstRowOfId.clear();
+    if (listModel->mapSize() == 0 && listModel->size() == 0) {
         searchHits.clear();
-        list->clear();
         clearRecordView();
         return;
     }
@@ -212,15 +279,11 @@ void Tessaro::changeToUsersPage()
 
 void Tessaro::userSelectionChange()
 {
-    const QList<QListWidgetItem *> selected = ui->userListWidget->selectedItems();
+    const QList<int> selected = ui->userListWidget->selectedRows();
     if (selected.isEmpty())
         return;
-    QListWidgetItem *top = selected.first();
-    for (QListWidgetItem *item : selected) {
-        if (ui->userListWidget->row(item) < ui->userListWidget->row(top))
-            top = item;
-    }
-    const int id = records.idOf(top->text());
+    // The item's text names the record.
+    const int id = listModel->idOf(listModel->textAt(selected.first()));
     currentId = id;
     vwRecord(id);
 }
@@ -230,16 +293,15 @@ void Tessaro::vwRecord(int id)
     currentId = id;
     showRecordView(id);
 
-    QListWidget *list = ui->userListWidget;
     const int row = rowOfRecord(id);
-    if (row >= 0 && row < list->count()) {
+    if (row >= 0 && row < listModel->size()) {
         {
             // The record is shown already; selecting its item must not show another.
-            const QSignalBlocker quiet(list);
+            const QSignalBlocker quiet(ui->userListWidget);
             selectRow(row);
         }
         currentRow = row;
-        ui->lbViewInfo->setText(list->item(row)->text());
+        ui->lbViewInfo->setText(listModel->textAt(row));
     }
 }
 
@@ -251,9 +313,10 @@ void Tessaro::stepRecord(int direction)
 {
     int row = rowOfRecord(currentId);
     currentRow = row;
-    const int items = ui->userListWidget->count();
-    const auto pastEnd = [&](int r) { return direction > 0 ? r >= records.size() || r >= items : r < 1; };
-    if (direction > 0 ? row >= records.size() - 1 || row + 1 >= items : row < 1)
+    const int items = listModel->size();
+    const int mapped = listModel->mapSize();
+    const auto pastEnd = [&](int r) { return direction > 0 ? r >= mapped || r >= items : r < 1; };
+    if (direction > 0 ? row >= mapped - 1 || row + 1 >= items : row < 1)
         return;
     const int start = currentId;
     row += direction;
@@ -285,15 +348,20 @@ void Tessaro::userSearch(const QString &text)
 {
     if (text.size() < 3)
         return;
+    searchText = text;
     searchHits.clear();
-    const QListWidget *list = ui->userListWidget;
-    const int count = list->count();
-    for (int row = 0; row < count; ++row) {
-        const QString itemText = list->item(row)->text();
-        if (itemText.contains(text, Qt::CaseInsensitive))
-            searchHits << row;
-    }
-    if (searchHits.isEmpty())
+    extendSearch(0);
+}
+
+// Adds the hits from row from on; the first hit is selected when it is the
+// first one found.
+void Tessaro::extendSearch(int from)
+{
+    const bool hadHits = !searchHits.isEmpty();
+    if (from == 0)
+        searchHits.clear();
+    searchHits += listModel->search(searchText, from).toList();
+    if (hadHits || searchHits.isEmpty())
         return;
     searchPosition = 0;
     selectRow(searchHits.first());
@@ -320,7 +388,7 @@ void Tessaro::sort(bool on)
     ui->pbSort->setText(on ? "A-Z" : "1-N");
     const int row = currentRow;
     loadList(currentTable);
-    if (row >= 0 && row < ui->userListWidget->count())
+    if (row >= 0 && row < listModel->size())
         selectRow(row);
 }
 

@@ -6,6 +6,7 @@
 #include "dialogs/choosenameform.h"
 #include "dialogs/csvimportform.h"
 #include "dialogs/listbuttonform.h"
+#include "app/recordlistview.h"
 #include "dialogs/progressbarform.h"
 #include "records/inputdataform.h"
 #include "records/newtableelement.h"
@@ -17,6 +18,7 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QKeyEvent>
+#include <QProgressBar>
 #include <QLabel>
 #include <QStatusBar>
 #include <QStyleFactory>
@@ -72,7 +74,7 @@ Tessaro::Tessaro(QWidget *parent, const QString &startFile) : QMainWindow(parent
     connect(ui->pbUserPrev, &QPushButton::clicked, this, &Tessaro::userSearchPrev);
     connect(ui->pbNewUser, &QPushButton::clicked, this, &Tessaro::changeToNewUserPage);
     connect(ui->pbFilter, &QPushButton::clicked, this, &Tessaro::changeToFilterPage);
-    connect(ui->userListWidget, &QListWidget::itemSelectionChanged, this, &Tessaro::userSelectionChange);
+    connect(ui->userListWidget, &RecordListView::itemSelectionChanged, this, &Tessaro::userSelectionChange);
     connect(ui->pbDeleteUser, &QPushButton::clicked, this, &Tessaro::deleteUser);
     connect(ui->pbSaveNewUser, &QPushButton::clicked, this, &Tessaro::newRecord);
     connect(ui->pbSaveFilters, &QPushButton::clicked, this, &Tessaro::enableFilters);
@@ -147,6 +149,17 @@ Tessaro::Tessaro(QWidget *parent, const QString &startFile) : QMainWindow(parent
     ui->actionExit->setShortcuts(quitKeys);
     for (QWidget *page : {ui->newUserPage, ui->newTable, ui->filterPage})
         page->installEventFilter(this);
+
+    // The record list, kept compactly and shown through a model; a large
+    // table's reading shows its progress in the status bar.
+    listModel = new RecordListModel(this);
+    ui->userListWidget->setListModel(listModel);
+    loadProgress = new QProgressBar(statusBar());
+    loadProgress->setObjectName("loadProgress");
+    loadProgress->setMaximumWidth(200);
+    loadProgress->setFormat("%v / %m");
+    loadProgress->hide();
+    statusBar()->addWidget(loadProgress);
 
     nameForm = new chooseNameForm(this);
     nameForm->hide();
@@ -292,6 +305,7 @@ Tessaro::~Tessaro()
     // A window that changed its database leaves a copy of it.
     if (db->changeCount() > 0)
         copyBefore("chiusura");
+    stopLoading();
     // Only the instance that wrote the lock removes it.
     session.releaseLock();
     discardTableButtons();
@@ -349,6 +363,7 @@ bool Tessaro::loadDb(const QString &path)
         copyBefore("chiusura");
     if (!db->openDb(path))
         return false;
+    toldFailures.clear();
 
     discardTableButtons();
     currentTable.clear();
@@ -425,11 +440,10 @@ void Tessaro::refreshTableList(bool skipLockCheck)
         if (listLoads == loadsBefore || listTable != currentTable)
             loadList(currentTable);
         setTableHeader(currentTable);
-        if (!records.isEmpty()) {
-            if (QListWidgetItem *item = ui->userListWidget->currentItem()) {
-                currentId = records.idOf(item->text());
-                vwRecord(currentId);
-            }
+        const int row = ui->userListWidget->currentRow();
+        if (listModel->mapSize() > 0 && row >= 0) {
+            currentId = listModel->idOf(listModel->textAt(row));
+            vwRecord(currentId);
         }
     }
     listSavedFilters();

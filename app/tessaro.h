@@ -1,7 +1,8 @@
 #ifndef TESSARO_H
 #define TESSARO_H
 
-#include "app/recordlisting.h"
+#include "app/recordlistloader.h"
+#include "app/recordlistmodel.h"
 #include "app/session.h"
 #include "records/pendingattachments.h"
 #include "filters/recordfilter.h"
@@ -103,7 +104,11 @@ public:
     // Whether a record of table is listed now: the one question the list and
     // next/previous ask, answered by the filter test.
     bool isRecordListed(const QString &table, int id);
-    const RecordMap &recordMap() const { return records; }
+    const RecordListModel &recordList() const { return *listModel; }
+    // The records the list shows, in its order.
+    QVector<int> listedIds() const;
+    // Whether a large table's list is still being read.
+    bool isLoadingList() const { return loader != nullptr; }
     const QList<outputDataForm *> &recordViewWidgets() const { return outputWidgets; }
     QString previousTableName() const { return previousTable; }
     int previousRecordId() const { return previousId; }
@@ -273,9 +278,16 @@ private:
     void clearTableDesigner();
     QList<newTableElement *> tableElements; // rows on the designer page, in page order
     // Record list state (app/recordlistslots.cpp)
-    RecordMap records;
-    int listedCount = 0;               // items made by the last load
-    ById<int> firstRowOfId;            // record id -> first row listing it
+    void stopLoading();
+    void takeLoadedRows();
+    void finishLoading(bool complete);
+    void extendSearch(int from);
+    RecordListModel *listModel = nullptr;
+    RecordListLoader *loader = nullptr;   // reading a large table's list, while it does
+    class QProgressBar *loadProgress = nullptr; // its progress, in the status bar
+    int loadTotal = 0;
+    QSet<QString> toldFailures;        // told once, of this file
+    QString searchText;                // the search in force, for rows still to come
     QString listTable;                 // table whose records are listed
     int listLoads = 0;                 // number of loads so far
     QList<int> searchHits;             // rows, in list order

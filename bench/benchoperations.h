@@ -19,6 +19,7 @@ BenchResult benchExport(BenchContext &context);
 BenchResult benchImport(BenchContext &context);
 BenchResult benchBackup(BenchContext &context);
 BenchResult benchSubtable(BenchContext &context);
+BenchResult benchFirst(BenchContext &context);
 BenchResult benchCsvExport(BenchContext &context);
 BenchResult benchCsvImport(BenchContext &context);
 

@@ -1,8 +1,12 @@
 #include "benchsupport.h"
 
+#include "app/tessaro.h"
+
 #include "storage/dbconnection.h"
 
+#include <QCoreApplication>
 #include <QDate>
+#include <QEventLoop>
 #include <QFile>
 #include <QSqlDatabase>
 #include <QSqlQuery>
@@ -125,6 +129,13 @@ double bareSelect(const QString &table)
     if (rows == 0)
         std::fprintf(stderr, "bare select read no rows\n");
     return elapsed;
+}
+
+void waitForList(Tessaro &window)
+{
+    while (window.isLoadingList())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    QCoreApplication::processEvents();
 }
 
 void printResult(const BenchResult &result, double peakMb)

@@ -68,6 +68,9 @@ QSqlDatabase bareDatabase();
 // SELECT * of table stepped to the end, on the bare connection.
 double bareSelect(const QString &table);
 
+// Lets the window run until its record list is read whole.
+void waitForList(Tessaro &window);
+
 // Prints "NAME X s, BASELINE Y s, ratio R, peak M MB".
 void printResult(const BenchResult &result, double peakMb);
 

@@ -8,7 +8,7 @@
 
 #include <QApplication>
 #include <QLineEdit>
-#include <QListWidget>
+#include "app/recordlistview.h"
 #include <QPushButton>
 #include <cstdio>
 
@@ -60,7 +60,7 @@ BenchResult benchFilter(BenchContext &context)
         QApplication::processEvents(); // until it is painted
         filters.push_back(seconds(timer));
     }
-    const int listed = window.findChild<QListWidget *>("userListWidget")->count();
+    const int listed = window.findChild<RecordListView *>("userListWidget")->count();
 
     // Stepping through the filtered list reads nothing per record.
     timer.start();

@@ -17,7 +17,7 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QIcon>
-#include <QListWidget>
+#include "app/recordlistview.h"
 #include <QProcess>
 #include <QTimer>
 #include <cstdio>
@@ -97,11 +97,12 @@ int runLaunchChild(int argc, char **argv)
         Tessaro window; // opens the database that lastDb.dat names, as the program does
         launch.constructed = seconds(clock);
         window.show();
+        waitForList(window);
         QEventLoop idle;
         QTimer::singleShot(0, &idle, &QEventLoop::quit); // runs once the queue is empty
         idle.exec();
         launch.idle = seconds(clock);
-        launch.listed = window.findChild<QListWidget *>("userListWidget")->count();
+        launch.listed = window.findChild<RecordListView *>("userListWidget")->count();
         launch.peakMb = peakMemoryMb();
     }
     MessageHandler::install(nullptr);

@@ -5,7 +5,7 @@
 #include "app/tessaro.h"
 
 #include <QApplication>
-#include <QListWidget>
+#include "app/recordlistview.h"
 #include <cstdio>
 
 BenchResult benchOpen(BenchContext &context)
@@ -18,9 +18,10 @@ BenchResult benchOpen(BenchContext &context)
         timer.start();
         window.changeTable(People);
         QApplication::processEvents(); // until it is painted
+        waitForList(window);
         opens.push_back(seconds(timer));
     }
-    const int listed = window.findChild<QListWidget *>("userListWidget")->count();
+    const int listed = window.findChild<RecordListView *>("userListWidget")->count();
 
     QElapsedTimer timer;
     timer.start();

@@ -8,7 +8,7 @@
 #include "storage/dbconnection.h"
 
 #include <QApplication>
-#include <QListWidget>
+#include "app/recordlistview.h"
 #include <QSqlQuery>
 #include <cstdio>
 
@@ -97,6 +97,6 @@ BenchResult benchSubtable(BenchContext &context)
         opens.push_back(seconds(timer));
         std::printf("work %.2f ms, painted %.2f ms\n", work * 1000, opens.back() * 1000);
     }
-    std::printf("listed %d lines of one invoice\n", window.findChild<QListWidget *>("userListWidget")->count());
+    std::printf("listed %d lines of one invoice\n", window.findChild<RecordListView *>("userListWidget")->count());
     return {QString("subtable-%1").arg(context.size), best(opens), "bare-indexed-select", best(bares)};
 }

@@ -13,7 +13,6 @@
 #include "storage/tablename.h"
 
 #include <QFileInfo>
-#include <QListWidget>
 
 namespace {
 const char *const ExportFolder = "Exports/";
@@ -53,27 +52,8 @@ void Tessaro::exportingCsv(const QString &path, const QString &table, bool inter
     // With a filter on, the records the list shows, in its order.
     QVector<int> listed;
     const bool filtered = listFiltered && listTable == table;
-    if (filtered) {
-        const QVector<int> ids = db->readListColumn(table).ids;
-        const QListWidget *list = ui->userListWidget;
-        if (list->count() == listedCount) {
-            QVector<int> byRow(listedCount, 0);
-            for (const int id : ids) {
-                const int *row = firstRowOfId.find(id);
-                if (row && *row >= 0 && *row < byRow.size() && byRow.at(*row) == 0)
-                    byRow[*row] = id;
-            }
-            for (const int id : byRow) {
-                if (id != 0)
-                    listed << id;
-            }
-        } else {
-            for (const int id : ids) {
-                if (isRecordListed(table, id))
-                    listed << id;
-            }
-        }
-    }
+    if (filtered)
+        listed = listedIds();
     progress->setValue(0);
     progress->setLabel("Esportazione " + TableName(table).display());
     progress->setWindowTitle("Esportazione ");

@@ -223,7 +223,7 @@ void Tessaro::newRecord()
         vwRecord(currentId);
     }
     if (ui->pbSort->isChecked())
-        ui->userListWidget->sortItems(Qt::AscendingOrder);
+        listModel->setSorted(true);
 }
 
 void Tessaro::deleteUser()

@@ -711,8 +711,56 @@ DbConnection::ListColumn DbConnection::readListColumn(const QString &table)
     return result;
 }
 
+QString DbConnection::scanSelect(const QString &table, const QStringList &expressions)
+{
+    // In the table's own row order: no index walked, unless the rows are
+    // one record's of a subtable, which its owner's index finds in that order.
+    const QString clause = scopeClause(table);
+    return QString::asprintf("SELECT %s FROM %s", u8(expressions.join(',')).constData(), u8(sqlName(table)).constData())
+           + (clause.isEmpty() ? QString(" NOT INDEXED") : clause);
+}
+
+QString DbConnection::shownPart(const QString &column)
+{
+    return QString::asprintf("substr(%s, 1, %d)", u8(sqlName(column)).constData(), ShownCharacters);
+}
+
+bool DbConnection::readList(const QString &table, const QStringList &tested, int offset, int limit,
+                            const std::function<bool(int, const QVariant &, const QVector<QVariant> &)> &row)
+{
+    const QStringList names = getFieldNames(table);
+    if (names.isEmpty())
+        return false;
+    const int first = firstDataColumn(table);
+    QStringList expressions = {isBrowsedByRowId(table) ? QString("rowid") : sqlName(names.first()),
+                               names.size() > first ? shownPart(names.at(first)) : QString("NULL")};
+    for (const QString &column : tested)
+        expressions << (names.contains(column) ? sqlName(column) : QString("NULL"));
+    QVariantList values = scopeValues(table);
+    QString statement = scanSelect(table, expressions);
+    if (limit >= 0 || offset > 0) {
+        statement += " LIMIT ? OFFSET ?";
+        values << limit << offset;
+    }
+    QSqlQuery q(db);
+    q.setForwardOnly(true);
+    if (!run(q, statement, values)) {
+        noteDamage(q, table);
+        return false;
+    }
+    QVector<QVariant> testedValues(tested.size());
+    while (q.next()) {
+        for (int i = 0; i < tested.size(); ++i)
+            testedValues[i] = q.value(2 + i);
+        if (!row(q.value(0).toInt(), q.value(1), testedValues))
+            return false;
+    }
+    noteDamage(q, table);
+    return !isDamage(q.lastError());
+}
+
 void DbConnection::readValuesById(const QString &table, const QString &column,
-                                  const std::function<void(int, const QVariant &)> &value)
+                                  const std::function<void(int, const QVariant &)> &value, bool shown)
 {
     const QStringList names = getFieldNames(table);
     // The select by id names RINTEGERFORMAT_Id and then matches on the first
@@ -738,7 +786,14 @@ void DbConnection::readValuesById(const QString &table, const QString &column,
 
     QSqlQuery q(db);
     q.setForwardOnly(true);
-    const QString statement = wholeTableSelect(table, wanted);
+    QString statement = wholeTableSelect(table, wanted);
+    if (shown) {
+        // Only what a list shows of the values is read.
+        QStringList expressions;
+        for (const QString &name : wanted)
+            expressions << (name == wanted.last() && valueIndex >= 0 ? shownPart(name) : sqlName(name));
+        statement = scanSelect(table, expressions);
+    }
     if (!run(q, statement, scopeValues(table))) {
         noteDamage(q, table);
         return;

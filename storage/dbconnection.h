@@ -160,8 +160,18 @@ public:
     // For each row of table whose RINTEGERFORMAT_Id is not 0 and agrees with
     // its first column: value(id, value of column). The first row given for an
     // id holds what getRecordById(table, id) gives for that column.
+    // With shown, only the part of each value a list can show is read.
     void readValuesById(const QString &table, const QString &column,
-                        const std::function<void(int, const QVariant &)> &value);
+                        const std::function<void(int, const QVariant &)> &value, bool shown = false);
+    // The record list's read, in the table's row order: for each row its id
+    // (SQLite's row id for a table of another tool), the part of its list
+    // column a list can show (ShownCharacters at most), and the values of
+    // the tested columns; rows from offset on, at most limit of them (-1:
+    // all). Stops when row answers false; false then, or when the table
+    // cannot be read (damage is told).
+    static constexpr int ShownCharacters = 1200;
+    bool readList(const QString &table, const QStringList &tested, int offset, int limit,
+                  const std::function<bool(int, const QVariant &, const QVector<QVariant> &)> &row);
     // Steps once through every row of table, in the order "SELECT *" gives
     // them, calling visit with the values of the named columns (in the order
     // named; invalid for a name the table lacks). False when it cannot be read.
@@ -213,6 +223,8 @@ private:
     void checkSchema();
     QString wholeTableSelect(const QString &table, const QStringList &columns);
     QString scopeClause(const QString &table) const;
+    QString scanSelect(const QString &table, const QStringList &expressions);
+    static QString shownPart(const QString &column);
     QVariantList scopeValues(const QString &table) const;
     // Prepares the statement, binds the values in order and runs it.
     static bool run(QSqlQuery &q, const QString &statement, const QVariantList &values = QVariantList());

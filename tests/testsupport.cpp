@@ -97,11 +97,11 @@ bool makeTable(DbConnection &db, const QString &name, const QStringList &columns
     return true;
 }
 
-QStringList itemTexts(const QListWidget *list)
+QStringList itemTexts(const RecordListView *list)
 {
     QStringList texts;
-    for (int i = 0; i < list->count(); ++i)
-        texts << list->item(i)->text();
+    for (int row = 0; row < list->count(); ++row)
+        texts << list->itemText(row);
     return texts;
 }
 

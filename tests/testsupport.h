@@ -1,6 +1,7 @@
 #ifndef TESTSUPPORT_H
 #define TESTSUPPORT_H
 
+#include "app/recordlistview.h"
 #include "app/tessaro.h"
 #include "dialogs/messagehandler.h"
 #include "records/inputdataform.h"
@@ -84,7 +85,7 @@ bool rememberDb(const QString &path);
 // the data columns' values separated by "|".
 bool makeTable(DbConnection &db, const QString &name, const QStringList &columns, const QStringList &rows = {});
 
-QStringList itemTexts(const QListWidget *list);
+QStringList itemTexts(const RecordListView *list);
 // The editor of column among editors; nullptr when there is none.
 inputDataForm *editorOf(const QList<inputDataForm *> &editors, const QString &column);
 // The field names of the editors that are hidden, in page order.
@@ -131,7 +132,7 @@ struct Window {
         editor(column)->findChild<QLineEdit *>("leData")->setText(text);
     }
     QStringList rows(const QString &table) const { return dumpTable(db(), table); }
-    QStringList items() const { return itemTexts(child<QListWidget>("userListWidget")); }
+    QStringList items() const { return itemTexts(child<RecordListView>("userListWidget")); }
 
     QString label(const char *name) const { return child<QLabel>(name)->text(); }
     QStringList buttons() const { return tableLabels(*w); }

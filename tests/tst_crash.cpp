@@ -75,7 +75,7 @@ void CrashTest::killedAtRandomMoments()
         QProcess driver;
         driver.start(qEnvironmentVariable("TESSARO_CRASH_DRIVER", TESSARO_CRASH_DRIVER), {path, work});
         QVERIFY(driver.waitForReadyRead(20000));
-        QTest::qSleep(int(random.bounded(250)));
+        QTest::qSleep(1 + int(random.bounded(250)));
         driver.kill();
         QVERIFY(driver.waitForFinished(10000));
         const Confirmed done = confirmed(QString::fromUtf8(driver.readAllStandardOutput()));

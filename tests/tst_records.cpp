@@ -11,8 +11,8 @@ namespace {
 // "selected row, current id, shown text".
 QString state(const Window &s)
 {
-    const QList<QListWidgetItem *> selected = s.child<QListWidget>("userListWidget")->selectedItems();
-    const int row = selected.isEmpty() ? -1 : s.child<QListWidget>("userListWidget")->row(selected.first());
+    const QList<int> selected = s.child<RecordListView>("userListWidget")->selectedRows();
+    const int row = selected.isEmpty() ? -1 : selected.first();
     return QString("%1 %2 %3").arg(row).arg(s.w->currentId).arg(s.label("lbViewInfo"));
 }
 
@@ -117,10 +117,10 @@ private slots:
         QCOMPARE(s.label("lbToolbar"), QString("4 Records"));
         // The later "Anna" owns the text: either item shows it, and the first one is selected.
         QCOMPARE(state(s), QString("0 4 Anna"));
-        s.child<QListWidget>("userListWidget")->setCurrentRow(3);
+        s.child<RecordListView>("userListWidget")->setCurrentRow(3);
         QCOMPARE(state(s), QString("0 4 Anna"));
         // An item without text stands for no record.
-        s.child<QListWidget>("userListWidget")->setCurrentRow(1);
+        s.child<RecordListView>("userListWidget")->setCurrentRow(1);
         QCOMPARE(state(s), QString("1 0 ----"));
         // Looked-up texts, empty or missing ones shown as "----".
         s.w->changeTable("Clienti");

@@ -1,0 +1,105 @@
+#include "app/recordlistreader.h"
+
+#include "storage/columnname.h"
+#include "storage/dbconnection.h"
+
+#include <QHash>
+
+RecordListReader::RecordListReader(DbConnection &db, const RecordListRequest &request) : db(db), request(request)
+{
+}
+
+bool RecordListReader::readRows(int offset, int limit, RecordListModel::Batch &batch,
+                                const std::function<bool(RecordListModel::Batch &)> &deliver,
+                                const std::atomic<bool> *stop, int batchRows,
+                                const std::function<QString(int)> &lookedUp)
+{
+    const QStringList names = db.getFieldNames(request.table);
+    const RecordFilter filter(request.conditions, names);
+    const bool lookup = bool(lookedUp);
+    return db.readList(request.table, filter.testedColumns(), offset, limit,
+                       [&](int id, const QVariant &value, const QVector<QVariant> &tested) {
+                           if (stop && stop->load(std::memory_order_relaxed))
+                               return false;
+                           if (!filter.isEmpty() && !filter.passes(tested))
+                               return true;
+                           const QString text = lookup ? lookedUp(value.toInt())
+                                                       : RecordListModel::shownText(value.toString());
+                           batch.ids.append(id);
+                           batch.texts.append(text);
+                           batch.entered.append(lookup || !text.isEmpty());
+                           if (batch.size() < batchRows)
+                               return true;
+                           const bool more = deliver(batch);
+                           batch = RecordListModel::Batch();
+                           return more;
+                       });
+}
+
+bool RecordListReader::read(const std::function<bool(RecordListModel::Batch &)> &deliver,
+                            const std::atomic<bool> *stop, int firstRows, int batchRows)
+{
+    if (!request.scopeColumn.isEmpty())
+        db.setRowScope(request.table, request.scopeColumn, request.scopeValue);
+    const QStringList names = db.getFieldNames(request.table);
+    if (names.isEmpty())
+        return false;
+    const ColumnName listColumn(names.value(db.firstDataColumn(request.table)));
+    RecordListModel::Batch batch;
+    // What was read before damage cut a read short is listed all the same.
+    const auto rest = [&](bool whole) {
+        const bool stopped = stop && stop->load();
+        if (!stopped && batch.size() > 0 && !deliver(batch))
+            return false;
+        return whole && !stopped;
+    };
+    if (!listColumn.isLookup())
+        return rest(readRows(0, -1, batch, deliver, stop, batchRows, {}));
+
+    // A lookup shows the looked-up record's value. The first rows look theirs
+    // up one by one, to be shown at once; then the looked-up table is read
+    // whole, once, for the others.
+    const QString other = listColumn.lookupTable(), column = listColumn.lookupColumn();
+    QHash<int, QString> first;
+    const auto one = [&](int id) {
+        const auto known = first.constFind(id);
+        if (known != first.constEnd())
+            return known.value();
+        const QString text = RecordListModel::shownText(db.storedValue(other, column, id).toString());
+        first.insert(id, text);
+        return text;
+    };
+    if (!rest(readRows(0, firstRows, batch, deliver, stop, batchRows, one)))
+        return false;
+    batch = RecordListModel::Batch();
+    // Texts of the looked-up records, by id, kept in one buffer: where the
+    // ids are dense (as the program hands them out) the spans are kept by id.
+    QString texts;
+    const int maxId = db.getMaxId(other);
+    const bool dense = maxId < 4 * db.countRecords(other) + 1024;
+    QVector<int> start(dense ? maxId + 1 : 0, -1), length(dense ? maxId + 1 : 0, 0);
+    QHash<int, QPair<int, int>> spans;
+    db.readValuesById(
+        other, column,
+        [&](int id, const QVariant &value) {
+            const bool inRange = dense && id > 0 && id <= maxId;
+            if (inRange ? start.at(id) >= 0 : spans.contains(id))
+                return; // the first row of an id is the one a lookup by id finds
+            const QString text = RecordListModel::shownText(value.toString());
+            if (inRange) {
+                start[id] = texts.size();
+                length[id] = text.size();
+            } else {
+                spans.insert(id, qMakePair(texts.size(), text.size()));
+            }
+            texts += text;
+        },
+        true);
+    const auto all = [&](int id) {
+        if (dense && id > 0 && id <= maxId)
+            return start.at(id) < 0 ? QString() : texts.mid(start.at(id), length.at(id));
+        const auto span = spans.constFind(id);
+        return span == spans.constEnd() ? QString() : texts.mid(span->first, span->second);
+    };
+    return rest(readRows(firstRows, -1, batch, deliver, stop, batchRows, all));
+}
