@@ -36,6 +36,7 @@ const QList<Verb> &verbs()
         {"import", {"FILE.db", "TABELLA", "FILE.tvf"}, "importa i Record di un Trasvo File in una tabella"},
         {"backup", {"FILE.db"}, "copia il Db in Backup/ accanto al file (--to CARTELLA: con allegati e icone)"},
         {"check", {"FILE.db"}, "verifica il Db e i suoi allegati"},
+        {"export-pdf", {"FILE.db", "TABELLA", "FILE.pdf"}, "stampa in un PDF la lista dei Record di una tabella"},
     };
     return list;
 }
@@ -201,6 +202,28 @@ int backup(const QStringList &args, const QString &folder, QTextStream &out, QTe
     return Done;
 }
 
+CommandLine::PdfWriter &pdfWriter()
+{
+    static CommandLine::PdfWriter writer;
+    return writer;
+}
+
+int exportPdf(const QStringList &args, QTextStream &err)
+{
+    Database data(err);
+    QString table;
+    if (!data.open(args.at(0), false) || !data.findTable(args.at(1), &table))
+        return Failed;
+    const QString folder = Session::pathsOf(QFileInfo(args.at(0)).absoluteFilePath()).folder;
+    const QString problem = pdfWriter() ? pdfWriter()(data.db, folder, table, args.at(2))
+                                        : QString::fromUtf8("ERRORE: Impossibile scrivere sul file!");
+    if (!problem.isEmpty()) {
+        err << problem << "\n";
+        return Failed;
+    }
+    return Done;
+}
+
 int check(const QStringList &args, QTextStream &out, QTextStream &err)
 {
     Database data(err);
@@ -223,6 +246,20 @@ bool CommandLine::isCommand(const QStringList &arguments)
     const bool file = arguments.size() == 1 && !first.startsWith('-')
                       && (first.endsWith(".db", Qt::CaseInsensitive) || QFileInfo(first).isFile());
     return !file || verbNamed(first);
+}
+
+bool CommandLine::needsPainting(const QStringList &arguments)
+{
+    for (const QString &argument : arguments) {
+        if (!argument.startsWith('-'))
+            return argument == QLatin1String("export-pdf");
+    }
+    return false;
+}
+
+void CommandLine::setPdfWriter(const PdfWriter &writer)
+{
+    pdfWriter() = writer;
 }
 
 int CommandLine::run(const QStringList &arguments, QTextStream &out, QTextStream &err)
@@ -269,5 +306,7 @@ int CommandLine::run(const QStringList &arguments, QTextStream &out, QTextStream
         return backup(args, parser.value(to), out, err);
     if (name == "check")
         return check(args, out, err);
+    if (name == "export-pdf")
+        return exportPdf(args, err);
     return importRecords(args, out, err);
 }

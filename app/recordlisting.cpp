@@ -212,5 +212,6 @@ RecordListing readRecordListing(DbConnection &db, const QString &table, int rowC
     listing.firstRowOfId = ById<int>(int(ids.size()));
     for (size_t row = 0; row < ids.size(); ++row)
         listing.firstRowOfId.insertFirst(ids[row], int(row));
+    listing.ids = QVector<int>(ids.begin(), ids.end());
     return listing;
 }

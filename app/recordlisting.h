@@ -6,6 +6,7 @@
 #include <QSet>
 #include <QString>
 #include <QStringList>
+#include <QVector>
 #include <functional>
 #include <vector>
 
@@ -143,6 +144,7 @@ struct RecordListing {
     QStringList texts; // one per listed record, in list order; "----" for an empty text
     RecordMap map;
     ById<int> firstRowOfId; // record id -> first row listing it
+    QVector<int> ids;       // the id of each text, in list order
     int rowCount = 0;       // rows of the table as counted before reading
 };
 

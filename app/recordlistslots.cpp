@@ -76,6 +76,7 @@ void Tessaro::loadList(const QString &table)
         [this](int step, int total) { reportProgress(step, total); });
     records = std::move(listing.map);
     firstRowOfId = std::move(listing.firstRowOfId);
+    listedIds = std::move(listing.ids);
 
     QListWidget *list = ui->userListWidget;
     list->setUpdatesEnabled(false);
@@ -90,6 +91,18 @@ void Tessaro::loadList(const QString &table)
         ui->lbViewInfo->setText("----");
     ui->lbToolbar->setText(QString::asprintf("%d Records", list->count()));
     progress->hide();
+}
+
+QVector<int> Tessaro::listedRecordIds() const
+{
+    const QListWidget *list = ui->userListWidget;
+    if (listedIds.size() == list->count())
+        return listedIds;
+    // The items changed since the load: their texts name the records.
+    QVector<int> ids;
+    for (int row = 0; row < list->count(); ++row)
+        ids << records.value(list->item(row)->text());
+    return ids;
 }
 
 // Row of the first item showing the text of record id: 0 when the record has

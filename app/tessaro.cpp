@@ -253,6 +253,7 @@ Tessaro::Tessaro(QWidget *parent, const QString &startFile) : QMainWindow(parent
     aboutForm->setType(WindowTitle);
     aboutForm->setVersion("4.4.5");
     aboutForm->setAutor("Gli sviluppatori di Tessaro");
+    setUpPrinting();
 
     db = new DbConnection;
     // The connection's failures and questions are the window's to show.

@@ -14,6 +14,7 @@
 #include <functional>
 
 class QIODevice;
+class QPagedPaintDevice;
 
 namespace Ui {
 class Tessaro;
@@ -98,6 +99,8 @@ public:
     bool isRecordListed(const QString &table, int id);
     const RecordMap &recordMap() const { return records; }
     const QList<outputDataForm *> &recordViewWidgets() const { return outputWidgets; }
+    // The ids of the records the list shows, in its order.
+    QVector<int> listedRecordIds() const;
     QString previousTableName() const { return previousTable; }
     int previousRecordId() const { return previousId; }
 
@@ -209,6 +212,14 @@ public slots:
     void exportSingleToFileTxt();
     void exportingSingleToFileHumanReading(const QString &path, const QString &table, int id);
 
+    // Printing and PDF of the record shown and of the list (exchange/printslots.cpp)
+    void print();
+    void exportPdf();
+    void printRecord();
+    void printList(const QStringList &columns);
+    void exportingRecordPdf(const QString &path, const QString &table, int id);
+    void exportingListPdf(const QString &path, const QStringList &columns);
+
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
@@ -298,6 +309,18 @@ private:
     void exportWithProgress(const QString &path, const QString &table, int kind, int id, const QString &label,
                             const QString &title);
     QString pendingStructureFile; // waits for its table name in the name dialog
+
+    // Printing and PDF (exchange/printslots.cpp)
+    void setUpPrinting();
+    void choosePrint(bool pdf);
+    // The filter the list was loaded with, in words; empty when none.
+    QString listFilterText();
+    void previewPrint(const QString &title, const std::function<int(QPagedPaintDevice &)> &paint);
+    QAction *printAction = nullptr;
+    QAction *pdfAction = nullptr;
+    QVector<int> listedIds;                     // the list's records, in its order, at its last load
+    QHash<QString, QStringList> printedColumns; // per table, the fields last chosen for its list
+    bool printWholeList = false;                // the list, rather than the record, was last printed
 };
 
 #endif // TESSARO_H

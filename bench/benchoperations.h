@@ -18,5 +18,6 @@ int runLaunchChild(int argc, char **argv);
 BenchResult benchExport(BenchContext &context);
 BenchResult benchImport(BenchContext &context);
 BenchResult benchBackup(BenchContext &context);
+BenchResult benchPdf(BenchContext &context);
 
 #endif // BENCHOPERATIONS_H

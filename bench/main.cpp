@@ -32,6 +32,7 @@ const Operation Operations[] = {
     {"export", benchExport},
     {"import", benchImport},
     {"backup", benchBackup},
+    {"pdf", benchPdf},
 };
 
 } // namespace
