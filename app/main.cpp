@@ -36,6 +36,9 @@ int main(int argc, char *argv[])
         return status;
     }
 
+    // Icons are drawn at the screen's resolution when the desktop scales
+    // the window (200 %): they are drawings, and stay sharp.
+    QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QApplication app(argc, argv);
     installQtItalian(&app);
     loadTessaroResources();

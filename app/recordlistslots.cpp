@@ -2,6 +2,8 @@
 #include "app/tessaro.h"
 #include "ui_tessaro.h"
 
+#include "app/accessibility.h"
+
 #include "dialogs/progressbarform.h"
 #include "records/outputdataform.h"
 #include "dialogs/messagehandler.h"
@@ -90,6 +92,7 @@ void Tessaro::loadList(const QString &table)
     if (list->count() == 0)
         ui->lbViewInfo->setText("----");
     ui->lbToolbar->setText(QString::asprintf("%d Records", list->count()));
+    Accessibility::describe(list, QString("%1 Record").arg(list->count()));
     progress->hide();
 }
 

@@ -1,6 +1,8 @@
 #include "dialogs/printform.h"
 #include "ui_printform.h"
 
+#include "app/accessibility.h"
+
 #include <QPushButton>
 
 PrintForm::PrintForm(QWidget *parent) : QDialog(parent), ui(new Ui::PrintForm)
@@ -13,6 +15,7 @@ PrintForm::PrintForm(QWidget *parent) : QDialog(parent), ui(new Ui::PrintForm)
     connect(ui->lwColumns, &QListWidget::itemChanged, this, &PrintForm::update);
     connect(ui->pbAllColumns, &QPushButton::clicked, this, [this] { checkAll(true); });
     connect(ui->pbNoColumns, &QPushButton::clicked, this, [this] { checkAll(false); });
+    Accessibility::nameControls(this);
 }
 
 PrintForm::~PrintForm()

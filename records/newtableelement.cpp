@@ -1,6 +1,7 @@
 #include "records/newtableelement.h"
 #include "ui_newtableelement.h"
 
+#include "app/accessibility.h"
 #include "app/resources.h"
 #include "records/wheelguard.h"
 #include "storage/namingscheme.h"
@@ -36,6 +37,7 @@ newTableElement::newTableElement(QWidget *parent) : QWidget(parent), ui(new Ui::
     connect(ui->cbType, &QComboBox::currentTextChanged, this, &newTableElement::changeFieldType);
 
     changeFieldType(ui->cbType->currentText());
+    Accessibility::nameControls(this);
 }
 
 newTableElement::~newTableElement()
