@@ -319,7 +319,7 @@ private:
     QAction *printAction = nullptr;
     QAction *pdfAction = nullptr;
     QVector<int> listedIds;                     // the list's records, in its order, at its last load
-    QHash<QString, QStringList> printedColumns; // per table, the fields last chosen for its list
+    QHash<QString, QStringList> omittedColumns; // per table, the fields last left out of its list
     bool printWholeList = false;                // the list, rather than the record, was last printed
 };
 

@@ -17,6 +17,7 @@
 #include <QTextLayout>
 #include <QTextStream>
 #include <algorithm>
+#include <numeric>
 #include <cmath>
 
 namespace {
@@ -198,42 +199,82 @@ QVector<int> pageStarts(const QVector<qreal> &heights, qreal band)
     return starts;
 }
 
-// Column widths for the natural ones in the width there is: all widened
-// alike when they fit; otherwise the narrow ones keep theirs and the wide
-// ones share what is left equally.
-QVector<qreal> fitColumns(const QVector<qreal> &natural, qreal available)
+// Widths for columns that want more than there is: from the narrowest up,
+// each column gets what it wants while the others can still have floor at
+// least; those left share the rest equally.
+QVector<qreal> shareOut(const QVector<qreal> &wanted, qreal available, qreal floor)
 {
-    QVector<qreal> widths = natural;
-    qreal total = 0;
-    for (qreal w : natural)
-        total += w;
-    if (natural.isEmpty() || total <= 0)
-        return widths;
-    if (total <= available) {
-        for (qreal &w : widths)
-            w *= available / total;
+    QVector<int> order(wanted.size());
+    std::iota(order.begin(), order.end(), 0);
+    std::stable_sort(order.begin(), order.end(), [&wanted](int a, int b) { return wanted.at(a) < wanted.at(b); });
+    QVector<qreal> widths = wanted;
+    qreal left = available;
+    int open = wanted.size();
+    for (int j : qAsConst(order)) {
+        if (wanted.at(j) + (open - 1) * floor > left)
+            break;
+        left -= wanted.at(j);
+        --open;
+    }
+    for (int k = wanted.size() - open; k < wanted.size(); ++k)
+        widths[order.at(k)] = left / open;
+    return widths;
+}
+
+// Column widths in the width there is: each column as wide as its longest
+// text when they all fit. Otherwise each is at least as wide as its longest
+// word, so that a date, an amount or a name is not broken, and the width left
+// goes first to the columns that need least to show their texts on one line;
+// those with long texts share what remains. When even the words do not fit,
+// the columns with the longest words (addresses, links) narrow and break.
+QVector<qreal> fitColumns(const QVector<qreal> &natural, const QVector<qreal> &least, qreal available, qreal floor)
+{
+    qreal wide = 0, narrow = 0;
+    for (int j = 0; j < natural.size(); ++j) {
+        wide += natural.at(j);
+        narrow += least.at(j);
+    }
+    QVector<qreal> widths(natural.size());
+    if (wide <= available) {
+        for (int j = 0; j < natural.size(); ++j)
+            widths[j] = natural.at(j) * available / wide;
         return widths;
     }
-    QVector<bool> settled(natural.size(), false);
-    qreal left = available;
-    int open = natural.size();
-    for (bool changed = true; changed && open > 0;) {
-        changed = false;
-        const qreal share = left / open;
-        for (int j = 0; j < natural.size(); ++j) {
-            if (!settled.at(j) && natural.at(j) <= share) {
-                settled[j] = true;
-                left -= natural.at(j);
-                --open;
-                changed = true;
-            }
+    if (narrow >= available)
+        return shareOut(least, available, floor);
+    QVector<int> order(natural.size());
+    std::iota(order.begin(), order.end(), 0);
+    auto need = [&](int j) { return natural.at(j) - least.at(j); };
+    std::stable_sort(order.begin(), order.end(), [&need](int a, int b) { return need(a) < need(b); });
+    widths = least;
+    qreal left = available - narrow, wanting = 0;
+    int k = 0;
+    for (; k < order.size() && need(order.at(k)) <= left; ++k) {
+        widths[order.at(k)] = natural.at(order.at(k));
+        left -= need(order.at(k));
+    }
+    for (int r = k; r < order.size(); ++r)
+        wanting += need(order.at(r));
+    for (int r = k; r < order.size(); ++r)
+        widths[order.at(r)] += left * need(order.at(r)) / wanting;
+    return widths;
+}
+
+// The width of the longest word of text; whole when it is one word.
+qreal longestWord(const QFontMetricsF &metrics, const QString &text, qreal whole)
+{
+    if (std::none_of(text.begin(), text.end(), [](QChar c) { return c.isSpace(); }))
+        return whole;
+    qreal longest = 0;
+    int start = 0;
+    for (int i = 0; i <= text.size(); ++i) {
+        if (i == text.size() || text.at(i).isSpace()) {
+            if (i > start)
+                longest = qMax(longest, metrics.horizontalAdvance(text.mid(start, i - start)));
+            start = i + 1;
         }
     }
-    for (int j = 0; j < natural.size(); ++j) {
-        if (!settled.at(j))
-            widths[j] = left / open;
-    }
-    return widths;
+    return longest;
 }
 
 QImage pictureFor(const QString &file)
@@ -257,20 +298,29 @@ int paintList(QPagedPaintDevice &device, const PrintedList &list, const PageHead
     const QFontMetricsF measure(sheet.text.font, &device);
 
     // Every text is measured once: for the widths, then for the rows.
-    QVector<qreal> natural(columns, 0), advances;
+    QVector<qreal> natural(columns, 0), least(columns, 0), advances;
     advances.reserve(list.rows.size() * columns);
-    for (int j = 0; j < columns; ++j)
-        natural[j] = sheet.advance(sheet.bold, list.titles.at(j));
+    const QFontMetricsF titles(sheet.bold.font, &device);
+    for (int j = 0; j < columns; ++j) {
+        natural[j] = titles.horizontalAdvance(list.titles.at(j));
+        least[j] = longestWord(titles, list.titles.at(j), natural.at(j));
+    }
     for (const QStringList &row : list.rows) {
         for (int j = 0; j < columns; ++j) {
             const qreal advance = measure.horizontalAdvance(row.at(j));
             advances << advance;
+            if (advance > least.at(j))
+                least[j] = qMax(least.at(j), longestWord(measure, row.at(j), advance));
             natural[j] = qMax(natural[j], advance);
         }
     }
-    for (qreal &w : natural)
-        w = qMin(w + 2 * pad, sheet.width);
-    const QVector<qreal> widths = fitColumns(natural, sheet.width);
+    // No column takes more than the page; no word more than a third of it.
+    for (int j = 0; j < columns; ++j) {
+        natural[j] = qMin(natural.at(j) + 2 * pad, sheet.width);
+        least[j] = qMin(least.at(j) + 2 * pad, sheet.width / 3);
+        natural[j] = qMax(natural.at(j), least.at(j));
+    }
+    const QVector<qreal> widths = fitColumns(natural, least, sheet.width, qMin(sheet.mm(15), sheet.width / columns));
 
     const qreal top = heading(sheet, page, nullptr), bottom = sheet.height - footerHeight(sheet);
     auto titleRow = [&](QPainter *p, qreal y) {

@@ -72,12 +72,13 @@ void Tessaro::choosePrint(bool pdf)
         return;
     }
     const QStringList columns = printableColumns(*db, currentTable);
-    const QStringList kept = printedColumns.value(currentTable, columns);
+    // A field added since the last print is printed too.
+    const QStringList omitted = omittedColumns.value(currentTable);
     QStringList titles;
     QList<bool> chosen;
     for (const QString &column : columns) {
         titles << printedTitle(ColumnName(column));
-        chosen << kept.contains(column);
+        chosen << !omitted.contains(column);
     }
     PrintForm form(this);
     form.setWindowTitle(pdf ? "Esporta PDF" : "Stampa");
@@ -90,14 +91,12 @@ void Tessaro::choosePrint(bool pdf)
         return;
 
     printWholeList = form.listChosen();
-    QStringList picked;
+    QStringList picked, left;
     const QList<bool> marks = form.chosenColumns();
-    for (int i = 0; i < columns.size(); ++i) {
-        if (marks.value(i))
-            picked << columns.at(i);
-    }
+    for (int i = 0; i < columns.size(); ++i)
+        (marks.value(i) ? picked : left) << columns.at(i);
     if (printWholeList)
-        printedColumns.insert(currentTable, picked);
+        omittedColumns.insert(currentTable, left);
     if (!pdf) {
         if (printWholeList)
             printList(picked);
@@ -177,6 +176,10 @@ void Tessaro::printList(const QStringList &columns)
 
 void Tessaro::exportingRecordPdf(const QString &path, const QString &table, int id)
 {
+    if (table.isEmpty()) {
+        MessageHandler::current()->warning(NoTable);
+        return;
+    }
     const PrintedRecord record = gatherRecord(*db, table, id, dbFolder);
     PageHeading page;
     page.icon = tableIconOf(*db, dbFolder, table);
@@ -193,6 +196,10 @@ void Tessaro::exportingRecordPdf(const QString &path, const QString &table, int 
 
 void Tessaro::exportingListPdf(const QString &path, const QStringList &columns)
 {
+    if (currentTable.isEmpty()) {
+        MessageHandler::current()->warning(NoTable);
+        return;
+    }
     const QVector<int> ids = listedRecordIds();
     const PrintedList list = gatherList(*db, currentTable, columns, &ids);
     PageHeading page;
