@@ -330,10 +330,13 @@ int paintList(QPagedPaintDevice &device, const PrintedList &list, const PageHead
             p->setFont(sheet.bold.font);
         }
         for (int j = 0; j < columns; ++j) {
-            const WrappedText title(sheet, list.titles.at(j), sheet.bold, widths.at(j) - 2 * pad);
+            const qreal room = widths.at(j) - 2 * pad, advance = titles.horizontalAdvance(list.titles.at(j));
+            const WrappedText title(sheet, list.titles.at(j), sheet.bold, room, advance);
             height = qMax(height, title.height);
+            // Over numbers, on the right as they are.
+            const qreal indent = list.numbers.value(j) && advance <= room ? room - advance : 0;
             if (p)
-                title.draw(*p, QPointF(x + pad, y + pad));
+                title.draw(*p, QPointF(x + pad + indent, y + pad));
             x += widths.at(j);
         }
         return height + 2 * pad;
