@@ -40,6 +40,7 @@ const QList<Verb> &verbs()
         {"check", {"FILE.db"}, "verifica il Db e i suoi allegati"},
         {"export-csv", {"FILE.db", "TABELLA", "FILE.csv"}, "esporta una tabella per i fogli di calcolo"},
         {"import-csv", {"FILE.db", "TABELLA", "FILE.csv"}, "importa un foglio di calcolo in una tabella"},
+        {"export-pdf", {"FILE.db", "TABELLA", "FILE.pdf"}, "stampa in un PDF la lista dei Record di una tabella"},
     };
     return list;
 }
@@ -211,6 +212,28 @@ int backup(const QStringList &args, const QString &folder, QTextStream &out, QTe
     return Done;
 }
 
+CommandLine::PdfWriter &pdfWriter()
+{
+    static CommandLine::PdfWriter writer;
+    return writer;
+}
+
+int exportPdf(const QStringList &args, QTextStream &err)
+{
+    Database data(err);
+    QString table;
+    if (!data.open(args.at(0), false) || !data.findTable(args.at(1), &table))
+        return Failed;
+    const QString folder = Session::pathsOf(QFileInfo(args.at(0)).absoluteFilePath()).folder;
+    const QString problem = pdfWriter() ? pdfWriter()(data.db, folder, table, args.at(2))
+                                        : QString::fromUtf8("ERRORE: Impossibile scrivere sul file!");
+    if (!problem.isEmpty()) {
+        err << problem << "\n";
+        return Failed;
+    }
+    return Done;
+}
+
 int check(const QStringList &args, QTextStream &out, QTextStream &err)
 {
     Database data(err);
@@ -299,6 +322,20 @@ bool CommandLine::isCommand(const QStringList &arguments)
     return !file || verbNamed(first);
 }
 
+bool CommandLine::needsPainting(const QStringList &arguments)
+{
+    for (const QString &argument : arguments) {
+        if (!argument.startsWith('-'))
+            return argument == QLatin1String("export-pdf");
+    }
+    return false;
+}
+
+void CommandLine::setPdfWriter(const PdfWriter &writer)
+{
+    pdfWriter() = writer;
+}
+
 int CommandLine::run(const QStringList &arguments, QTextStream &out, QTextStream &err)
 {
     QCommandLineParser parser;
@@ -357,5 +394,7 @@ int CommandLine::run(const QStringList &arguments, QTextStream &out, QTextStream
         return exportCsv(args, parser.isSet(international), err);
     if (name == "import-csv")
         return importCsv(args, parser.isSet(newTable), parser.isSet(goodRows), out, err);
+    if (name == "export-pdf")
+        return exportPdf(args, err);
     return importRecords(args, out, err);
 }

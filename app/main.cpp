@@ -3,11 +3,13 @@
 #include "app/resources.h"
 #include "app/stopsignalhandler.h"
 #include "app/tessaro.h"
+#include "exchange/printedpages.h"
 
 #include <QApplication>
 #include <QIcon>
 #include <QTextStream>
 #include <cstdio>
+#include <memory>
 
 int main(int argc, char *argv[])
 {
@@ -16,9 +18,17 @@ int main(int argc, char *argv[])
         arguments << QString::fromLocal8Bit(argv[i]);
 
     // A verb runs on the core alone: no window toolkit, no display needed.
+    // The one that paints pages has Qt Gui, on a platform without a display.
     if (CommandLine::isCommand(arguments)) {
-        QCoreApplication app(argc, argv);
-        installQtItalian(&app);
+        std::unique_ptr<QCoreApplication> app;
+        if (CommandLine::needsPainting(arguments)) {
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+            app.reset(new QGuiApplication(argc, argv));
+            CommandLine::setPdfWriter(writeTablePdf);
+        } else {
+            app.reset(new QCoreApplication(argc, argv));
+        }
+        installQtItalian(app.get());
         QTextStream out(stdout), err(stderr);
         const int status = CommandLine::run(arguments, out, err);
         out.flush();
@@ -26,6 +36,9 @@ int main(int argc, char *argv[])
         return status;
     }
 
+    // Icons are drawn at the screen's resolution when the desktop scales
+    // the window (200 %): they are drawings, and stay sharp.
+    QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QApplication app(argc, argv);
     installQtItalian(&app);
     loadTessaroResources();

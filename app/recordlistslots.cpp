@@ -2,6 +2,8 @@
 #include "app/tessaro.h"
 #include "ui_tessaro.h"
 
+#include "app/accessibility.h"
+
 #include "dialogs/progressbarform.h"
 #include "records/outputdataform.h"
 #include "dialogs/messagehandler.h"
@@ -149,7 +151,7 @@ void Tessaro::loadList(const QString &table)
     });
     if (listModel->size() == 0)
         ui->lbViewInfo->setText("----");
-    ui->lbToolbar->setText(QString::asprintf("%d Records", listModel->size()));
+    showListCount(true);
     if (shown)
         progress->hide();
 }
@@ -163,7 +165,7 @@ void Tessaro::takeLoadedRows()
         listModel->append(batch);
     if (listModel->size() == before)
         return;
-    ui->lbToolbar->setText(QString::asprintf("%d Records", listModel->size()));
+    showListCount(false);
     loadProgress->setValue(qMin(loadTotal, listModel->size()));
     // A search typed early finds the hits that come later.
     if (searchText.size() >= 3)
@@ -184,7 +186,16 @@ void Tessaro::finishLoading(bool complete)
     }
     Q_UNUSED(complete)
     stopLoading();
+    showListCount(true);
+}
+
+// The count under the list; a screen reader hears it when a list is complete,
+// not at every batch of a long load.
+void Tessaro::showListCount(bool announce)
+{
     ui->lbToolbar->setText(QString::asprintf("%d Records", listModel->size()));
+    if (announce)
+        Accessibility::describe(ui->userListWidget, QString("%1 Record").arg(listModel->size()));
 }
 
 QVector<int> Tessaro::listedIds() const

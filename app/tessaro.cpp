@@ -1,6 +1,7 @@
 #include "app/tessaro.h"
 #include "ui_tessaro.h"
 
+#include "app/accessibility.h"
 #include "app/resources.h"
 #include "dialogs/aboutform.h"
 #include "dialogs/choosenameform.h"
@@ -277,6 +278,9 @@ Tessaro::Tessaro(QWidget *parent, const QString &startFile) : QMainWindow(parent
     aboutForm->setType(WindowTitle);
     aboutForm->setVersion("4.4.5");
     aboutForm->setAutor("Gli sviluppatori di Tessaro");
+    setUpPrinting();
+    // After every text is set: the menus' mnemonics are chosen from them.
+    Accessibility::prepareMainWindow(this);
 
     db = new DbConnection;
     // The connection's failures and questions are the window's to show.
@@ -493,6 +497,7 @@ void Tessaro::setReadOnly(bool on)
         // A file that cannot be written is the other reason.
         notice->setText(Session::readOnlyNotice(readOnlyByLock ? Session::LockedByOther : Session::FileNotWritable));
         notice->setToolTip(notice->text());
+        Accessibility::announce(notice, notice->text());
     }
     if (notice)
         notice->setVisible(on);

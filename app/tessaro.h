@@ -17,6 +17,7 @@
 #include <memory>
 
 class QIODevice;
+class QPagedPaintDevice;
 
 namespace Ui {
 class Tessaro;
@@ -231,6 +232,13 @@ public slots:
     void importingCsv(const QString &path);
     void csvFormatChanged();
     void csvImportRequested(bool goodRows);
+    // Printing and PDF of the record shown and of the list (exchange/printslots.cpp)
+    void print();
+    void exportPdf();
+    void printRecord();
+    void printList(const QStringList &columns);
+    void exportingRecordPdf(const QString &path, const QString &table, int id);
+    void exportingListPdf(const QString &path, const QStringList &columns);
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -281,6 +289,7 @@ private:
     void stopLoading();
     void takeLoadedRows();
     void finishLoading(bool complete);
+    void showListCount(bool announce);
     void extendSearch(int from);
     RecordListModel *listModel = nullptr;
     RecordListLoader *loader = nullptr;   // reading a large table's list, while it does
@@ -339,6 +348,16 @@ private:
     CsvImportForm *csvForm = nullptr;
     std::shared_ptr<CsvImport> csvImport; // the file the import dialog shows
     QString csvFileName;
+    // Printing and PDF (exchange/printslots.cpp)
+    void setUpPrinting();
+    void choosePrint(bool pdf);
+    // The filter the list was loaded with, in words; empty when none.
+    QString listFilterText();
+    void previewPrint(const QString &title, const std::function<int(QPagedPaintDevice &)> &paint);
+    QAction *printAction = nullptr;
+    QAction *pdfAction = nullptr;
+    QHash<QString, QStringList> omittedColumns; // per table, the fields last left out of its list
+    bool printWholeList = false;                // the list, rather than the record, was last printed
 };
 
 #endif // TESSARO_H

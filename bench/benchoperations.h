@@ -22,5 +22,6 @@ BenchResult benchSubtable(BenchContext &context);
 BenchResult benchFirst(BenchContext &context);
 BenchResult benchCsvExport(BenchContext &context);
 BenchResult benchCsvImport(BenchContext &context);
+BenchResult benchPdf(BenchContext &context);
 
 #endif // BENCHOPERATIONS_H

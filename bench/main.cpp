@@ -36,6 +36,7 @@ const Operation Operations[] = {
     {"subtable", benchSubtable},
     {"csv-export", benchCsvExport},
     {"csv-import", benchCsvImport},
+    {"pdf", benchPdf},
 };
 
 } // namespace

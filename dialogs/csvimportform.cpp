@@ -1,6 +1,8 @@
 #include "dialogs/csvimportform.h"
 #include "ui_csvimportform.h"
 
+#include "app/accessibility.h"
+
 #include "storage/namingscheme.h"
 
 #include <QComboBox>
@@ -17,6 +19,7 @@ const char *const Separators = ";,\t";
 CsvImportForm::CsvImportForm(QWidget *parent) : QDialog(parent), ui(new Ui::CsvImportForm)
 {
     ui->setupUi(this);
+    Accessibility::nameControls(this);
     ui->cbSeparator->addItems({";", ",", "Tab"});
     ui->cbEncoding->addItems({"UTF-8", "UTF-8 con BOM", "Windows-1252", "UTF-16"});
     ui->twPreview->setEditTriggers(QAbstractItemView::NoEditTriggers);

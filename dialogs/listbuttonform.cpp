@@ -18,6 +18,9 @@ void ListButtonForm::setName(const QString &tableName)
 {
     name = tableName;
     ui->lbName->setText(toDisplayTableName(tableName));
+    // The button shows an icon only: it is named after its table.
+    ui->pbTable->setAccessibleName(ui->lbName->text());
+    ui->pbTable->setAccessibleDescription("Apre la tabella");
 }
 
 void ListButtonForm::setNameAndFilter(const QString &table, const QString &filter)
@@ -26,6 +29,8 @@ void ListButtonForm::setNameAndFilter(const QString &table, const QString &filte
     // A saved-filter button is known by the filter's name.
     ui->lbName->setText(filter);
     filterMode = true;
+    ui->pbTable->setAccessibleName(filter);
+    ui->pbTable->setAccessibleDescription("Applica il filtro salvato");
 }
 
 void ListButtonForm::setIcon(const QIcon &icon)

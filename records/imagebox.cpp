@@ -1,6 +1,7 @@
 #include "records/imagebox.h"
 #include "ui_imagebox.h"
 
+#include "app/accessibility.h"
 #include "app/resources.h"
 #include "records/pendingattachments.h"
 #include "dialogs/messagehandler.h"
@@ -35,6 +36,7 @@ ImageBox::ImageBox(QWidget *parent) : QDialog(parent), ui(new Ui::ImageBox)
     connect(ui->pbzoomminus, &QPushButton::clicked, this, &ImageBox::zoomOut);
     connect(ui->pbzoomplus, &QPushButton::clicked, this, &ImageBox::zoomIn);
     connect(ui->pbZoomFit, &QPushButton::clicked, this, &ImageBox::fitImage);
+    Accessibility::nameControls(this);
 }
 
 ImageBox::~ImageBox()

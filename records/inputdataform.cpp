@@ -1,6 +1,7 @@
 #include "records/inputdataform.h"
 #include "ui_inputdataform.h"
 
+#include "app/accessibility.h"
 #include "app/resources.h"
 #include "storage/namingscheme.h"
 #include "records/imagebox.h"
@@ -48,6 +49,7 @@ inputDataForm::inputDataForm(QWidget *parent) : QWidget(parent), ui(new Ui::inpu
     ui->pbViewPdf->setToolTip("Aggiungi/Sostituisci PDF");
 
     connectParts(nullptr);
+    Accessibility::nameControls(this);
 }
 
 // Every connection of the editor is made here: those of the form's controls
@@ -109,6 +111,7 @@ void inputDataForm::setTitle(bool show, const QString &name)
     title.replace('_', ' ');
     ui->lbTitle->setText(title);
     ui->lbTitle->show();
+    Accessibility::nameEditor(this, title, required);
 }
 
 void inputDataForm::setLineEdit(bool show, const QString &text)
@@ -192,6 +195,7 @@ void inputDataForm::setRequired(bool on)
     const QString tip = on ? QString::fromUtf8("Campo obbligatorio") : QString();
     ui->lbTitle->setToolTip(tip);
     setToolTip(tip);
+    Accessibility::nameEditor(this, ui->lbTitle->text(), on);
 }
 
 bool inputDataForm::focusInput()

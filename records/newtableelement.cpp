@@ -1,6 +1,7 @@
 #include "records/newtableelement.h"
 #include "ui_newtableelement.h"
 
+#include "app/accessibility.h"
 #include "app/resources.h"
 #include "records/wheelguard.h"
 
@@ -44,6 +45,7 @@ newTableElement::newTableElement(QWidget *parent, bool subtableField)
 
     ui->subFrame->hide();
     changeFieldType(ui->cbType->currentText());
+    Accessibility::nameControls(this);
 }
 
 newTableElement::~newTableElement()

@@ -1,6 +1,7 @@
 #include "records/outputdataform.h"
 #include "ui_outputdataform.h"
 
+#include "app/accessibility.h"
 #include "app/resources.h"
 #include "storage/namingscheme.h"
 
@@ -36,6 +37,7 @@ outputDataForm::outputDataForm(QWidget *parent) : QWidget(parent), ui(new Ui::ou
     connect(ui->pbSubTable, &QPushButton::clicked, this, &outputDataForm::callSubTable);
     connect(ui->pbLink, &QPushButton::clicked, this, &outputDataForm::callLink);
     connect(ui->lbUrl, &QLabel::linkActivated, this, &outputDataForm::linkActivated);
+    Accessibility::nameControls(this);
 }
 
 outputDataForm::~outputDataForm()
@@ -58,6 +60,11 @@ void outputDataForm::setTitle(bool show, const QString &name)
     ui->lbTitle->show();
     titleText = text.replace('_', ' ');
     setWindowTitle(titleText);
+    // The value is read out under the field's title.
+    for (QWidget *value : {static_cast<QWidget *>(ui->leData), static_cast<QWidget *>(ui->cbData),
+                           static_cast<QWidget *>(ui->lbUrl)})
+        value->setAccessibleName(ui->lbTitle->text());
+    ui->lbTitle->setBuddy(ui->leData);
 }
 
 void outputDataForm::setText(bool show, const QString &text)
@@ -95,7 +102,8 @@ void outputDataForm::setWebLink(bool show, const QString &url)
     const QByteArray link = url.toUtf8();
     ui->lbUrl->setText(QString::asprintf("<a href=\"%s\">%s</a>", link.constData(), link.constData()));
     ui->lbUrl->setTextFormat(Qt::RichText);
-    ui->lbUrl->setTextInteractionFlags(Qt::LinksAccessibleByMouse);
+    // Tab reaches the link and Return opens it, as a click does.
+    ui->lbUrl->setTextInteractionFlags(Qt::LinksAccessibleByMouse | Qt::LinksAccessibleByKeyboard);
     ui->lbUrl->setOpenExternalLinks(false);
     ui->lbUrl->show();
 }
@@ -114,7 +122,10 @@ void outputDataForm::setImage(bool show, const QString &relativePath)
     if (!picture.isNull()) {
         // Portrait (or square) pictures fit 60x100, landscape ones 120x100.
         const QSize box = picture.width() <= picture.height() ? QSize(60, 100) : QSize(120, 100);
-        thumbnail = picture.scaled(box, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+        // Made for the screen's pixels, so that a scaled desktop shows it sharp.
+        const qreal ratio = devicePixelRatioF();
+        thumbnail = picture.scaled(box * ratio, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+        thumbnail.setDevicePixelRatio(ratio);
     }
     ui->lbImage->setPixmap(thumbnail);
     ui->imageFrame->show();
