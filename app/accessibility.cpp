@@ -44,6 +44,8 @@ const ControlName Names[] = {
     {"Tessaro/pbUserNext", "Risultato successivo", "Vai al prossimo"},
     {"Tessaro/pbSort", "Ordine alfabetico", "Ordina per nome o inserimento"},
     {"Tessaro/userListWidget", "Lista dei Record", nullptr},
+    {"Tessaro/userGridView", "Griglia dei Record", "Una riga per Record, una colonna per campo: un clic sul titolo ordina"},
+    {"Tessaro/pbGrid", "Griglia", "Mostra la lista come griglia"},
     {"Tessaro/datiScroll", "Campi del Record", nullptr},
     {"Tessaro/inputScrollArea", "Campi da compilare", nullptr},
     {"Tessaro/filterScrollArea", "Condizioni del filtro", nullptr},

@@ -328,3 +328,12 @@ QVector<int> RecordListModel::search(const QString &needle, int from) const
     }
     return hits;
 }
+
+int RecordListModel::arrivalRowOfId(int id) const
+{
+    if (ascending) {
+        const auto at = std::lower_bound(rowId.cbegin(), rowId.cend(), id);
+        return at != rowId.cend() && *at == id ? int(at - rowId.cbegin()) : -1;
+    }
+    return rowId.indexOf(id);
+}

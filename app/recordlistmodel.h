@@ -64,6 +64,15 @@ public:
     // has no text, -1 when no item shows its text.
     int rowOf(int id) const;
 
+    // Rows in the order they came (arrival rows) and as shown (display rows).
+    int arrivalRow(int row) const { return sorted ? order.at(row) : row; }
+    int displayRow(int arrival) const;
+    int idOfArrival(int arrival) const { return rowId.at(arrival); }
+    // The arrival row of the first row listing id; -1 when none does.
+    int arrivalRowOfId(int id) const;
+    // Whether the ids only grow row by row in arrival order.
+    bool idsAscending() const { return ascending; }
+
     // Rows whose shown text contains needle, ignoring case and accents, in
     // display order, from row from on.
     QVector<int> search(const QString &needle, int from = 0) const;
@@ -81,8 +90,6 @@ private:
     int findEntry(QStringView text, uint hash) const;
     int addEntry(const QString &text, uint hash);
     void rehash(int capacity);
-    int arrivalRow(int row) const { return sorted ? order.at(row) : row; }
-    int displayRow(int arrival) const;
     void sortOrder();
     void indexIds() const;
     // The entry of the least text naming id; -1 when none does.

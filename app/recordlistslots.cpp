@@ -13,10 +13,13 @@
 #include "storage/tablename.h"
 
 #include "app/recordlistloader.h"
+#include "app/recordgridmodel.h"
 #include "app/recordlistview.h"
 #include "records/inputdataform.h"
 
 #include <QEventLoop>
+#include <QHeaderView>
+#include <QTableView>
 #include <QProgressBar>
 #include <QSignalBlocker>
 #include <QSqlRecord>
@@ -87,6 +90,8 @@ void Tessaro::loadList(const QString &table)
     resetRecordList();
     forgetFilterResults();
     listModel->setSorted(ui->pbSort->isChecked());
+    if (ui->pbGrid->isChecked())
+        gridModel->setTable(db, table);
 
     RecordListRequest request;
     request.table = table;
@@ -125,6 +130,7 @@ void Tessaro::loadList(const QString &table)
         takeLoadedRows();
         if (listModel->size() == 0)
             ui->lbViewInfo->setText("----");
+        fitGridColumns();
         return;
     }
 
@@ -152,6 +158,7 @@ void Tessaro::loadList(const QString &table)
     if (listModel->size() == 0)
         ui->lbViewInfo->setText("----");
     showListCount(true);
+    fitGridColumns();
     if (shown)
         progress->hide();
 }
@@ -187,6 +194,9 @@ void Tessaro::finishLoading(bool complete)
     Q_UNUSED(complete)
     stopLoading();
     showListCount(true);
+    // A grid sorted while the rest was read takes the late records into its order.
+    if (gridModel->sortColumn() >= 0)
+        gridModel->sort(gridModel->sortColumn(), gridModel->sortOrder());
 }
 
 // The count under the list; a screen reader hears it when a list is complete,
@@ -527,4 +537,125 @@ void Tessaro::showRecordView(int id)
         }
     }
     ui->datiContents->setVisible(true);
+}
+
+// The grid shows the list's rows through a model of its own: choosing a row
+// in one chooses the same record in the other, so the record view and every
+// command that acts on the chosen record work alike from both.
+void Tessaro::setUpGrid()
+{
+    gridModel = new RecordGridModel(listModel, this);
+    QTableView *grid = ui->userGridView;
+    grid->setModel(gridModel);
+    grid->setSelectionBehavior(QAbstractItemView::SelectRows);
+    grid->setSelectionMode(QAbstractItemView::SingleSelection);
+    grid->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    grid->setWordWrap(false);
+    grid->setAlternatingRowColors(true);
+    // Every row as tall as the first: nothing is measured row by row.
+    grid->verticalHeader()->hide();
+    grid->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    grid->verticalHeader()->setDefaultSectionSize(grid->fontMetrics().height() + 6);
+    grid->horizontalHeader()->setSectionsClickable(true);
+    grid->horizontalHeader()->setHighlightSections(false);
+    grid->horizontalHeader()->setDefaultSectionSize(140);
+    connect(grid->selectionModel(), &QItemSelectionModel::currentChanged, this, &Tessaro::gridRowChosen);
+    connect(grid->horizontalHeader(), &QHeaderView::sectionClicked, this, &Tessaro::sortGrid);
+    // Also when the list is moved quietly, as a step to the next record moves it.
+    connect(ui->userListWidget->selectionModel(), &QItemSelectionModel::currentChanged, this, &Tessaro::followListInGrid);
+    connect(gridModel, &QAbstractItemModel::modelReset, this, &Tessaro::followListInGrid);
+    connect(gridModel, &QAbstractItemModel::layoutChanged, this, &Tessaro::followListInGrid);
+}
+
+void Tessaro::showGrid(bool on)
+{
+    QTableView *grid = ui->userGridView;
+    if (on)
+        gridModel->setTable(db, listTable.isEmpty() ? currentTable : listTable);
+    else
+        gridModel->setTable(nullptr, QString());
+    ui->userListWidget->setVisible(!on);
+    grid->setVisible(on);
+    grid->horizontalHeader()->setSortIndicatorShown(false);
+    // The grid takes the room the record view can spare.
+    ui->listFrame->setMaximumWidth(on ? QWIDGETSIZE_MAX : 320);
+    ui->userBodyLayout->setStretch(0, on ? 3 : 0);
+    ui->userBodyLayout->setStretch(1, on ? 2 : 0);
+    followListInGrid();
+    fitGridColumns();
+    (on ? static_cast<QWidget *>(grid) : ui->userListWidget)->setFocus();
+}
+
+// Columns as wide as the rows in sight need, within reason: only those rows
+// are measured.
+void Tessaro::fitGridColumns()
+{
+    QTableView *grid = ui->userGridView;
+    if (!ui->pbGrid->isChecked())
+        return;
+    grid->resizeColumnsToContents();
+    for (int column = 0; column < gridModel->columnCount(); ++column)
+        grid->setColumnWidth(column, qBound(60, grid->columnWidth(column), 300));
+}
+
+// A grid row is one record whatever its list text: the record shown is the
+// row's own, even where the list would name another by the same text.
+void Tessaro::gridRowChosen(const QModelIndex &current)
+{
+    const int row = gridModel->listRow(current.row());
+    if (row < 0)
+        return;
+    const int id = gridModel->index(current.row(), 0).data(RecordListModel::IdRole).toInt();
+    if (row == ui->userListWidget->currentRow() && id == currentId)
+        return;
+    {
+        const QSignalBlocker quiet(ui->userListWidget);
+        ui->userListWidget->setCurrentRow(row);
+    }
+    currentRow = row;
+    currentId = id;
+    showRecordView(id);
+    ui->lbViewInfo->setText(listModel->textAt(row));
+}
+
+void Tessaro::followListInGrid()
+{
+    if (!ui->userGridView->isVisible() && !ui->pbGrid->isChecked())
+        return;
+    const int listed = ui->userListWidget->currentRow();
+    QItemSelectionModel *selection = ui->userGridView->selectionModel();
+    if (listed < 0) {
+        selection->clear();
+        return;
+    }
+    // The grid marks the record shown: the list's row names it by its text.
+    const int arrival = listModel->arrivalRowOfId(currentId);
+    const int shown = arrival >= 0 && listModel->textAt(listModel->displayRow(arrival)) == listModel->textAt(listed)
+                          ? listModel->displayRow(arrival)
+                          : listed;
+    const int row = gridModel->gridRow(shown);
+    if (selection->currentIndex().row() == row && selection->isRowSelected(row, QModelIndex()))
+        return;
+    const QModelIndex index = gridModel->index(row, qMax(0, selection->currentIndex().column()));
+    selection->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+    ui->userGridView->scrollTo(index);
+}
+
+void Tessaro::sortGrid(int column)
+{
+    QHeaderView *header = ui->userGridView->horizontalHeader();
+    // A first click sorts up, the next down, the third gives back the list's order.
+    Qt::SortOrder order = Qt::AscendingOrder;
+    if (gridModel->sortColumn() == column) {
+        if (gridModel->sortOrder() == Qt::DescendingOrder)
+            column = -1;
+        else
+            order = Qt::DescendingOrder;
+    }
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    gridModel->sort(column, order);
+    QApplication::restoreOverrideCursor();
+    header->setSortIndicatorShown(column >= 0);
+    if (column >= 0)
+        header->setSortIndicator(column, order);
 }

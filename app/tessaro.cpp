@@ -98,6 +98,7 @@ Tessaro::Tessaro(QWidget *parent, const QString &startFile) : QMainWindow(parent
     connect(ui->pbFiltersPage, &QPushButton::clicked, this, &Tessaro::switchToFilters);
     connect(ui->pbCalc, &QPushButton::clicked, this, &Tessaro::changeToCalcPage);
     connect(ui->pbSort, &QPushButton::toggled, this, &Tessaro::sort);
+    connect(ui->pbGrid, &QPushButton::toggled, this, &Tessaro::showGrid);
 
     // Scroll areas get a filled background; run-time widgets stack from the top.
     for (QScrollArea *area : {ui->datiScroll, ui->inputScrollArea, ui->filterScrollArea, ui->newElementScroll}) {
@@ -155,6 +156,7 @@ Tessaro::Tessaro(QWidget *parent, const QString &startFile) : QMainWindow(parent
     // table's reading shows its progress in the status bar.
     listModel = new RecordListModel(this);
     ui->userListWidget->setListModel(listModel);
+    setUpGrid();
     loadProgress = new QProgressBar(statusBar());
     loadProgress->setObjectName("loadProgress");
     loadProgress->setMaximumWidth(200);
@@ -250,6 +252,7 @@ Tessaro::Tessaro(QWidget *parent, const QString &startFile) : QMainWindow(parent
     ui->pbUserNext->setToolTip("Vai al prossimo");
     ui->pbUserPrev->setToolTip("Torna al precedente");
     ui->pbSort->setToolTip("Ordina per nome o inserimento");
+    ui->pbGrid->setToolTip("Mostra la lista come griglia");
     ui->lbTableName->setText("Nome Tabella");
     ui->lbIcon->setText("Icona");
     ui->lbSearch->setText("Cerca");

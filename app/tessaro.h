@@ -32,6 +32,7 @@ class outputDataForm;
 class calcForm;
 class CsvImportForm;
 class CsvImport;
+class RecordGridModel;
 
 // The main window and the program's one controller: it owns the database
 // connection, every page, the dialogs and the widgets made at run time.
@@ -168,6 +169,8 @@ public slots:
     void userSearchNext();
     void userSearchPrev();
     void sort(bool on);
+    // The list as a grid, one column per field, or back to the list.
+    void showGrid(bool on);
     void goToRequest(const QString &table, int id);
     void goBack();
     // Opens the subtable's rows of the current record (a record view's "Apri").
@@ -292,6 +295,12 @@ private:
     void showListCount(bool announce);
     void extendSearch(int from);
     RecordListModel *listModel = nullptr;
+    RecordGridModel *gridModel = nullptr;
+    void setUpGrid();
+    void gridRowChosen(const QModelIndex &current);
+    void followListInGrid();
+    void sortGrid(int column);
+    void fitGridColumns();
     RecordListLoader *loader = nullptr;   // reading a large table's list, while it does
     class QProgressBar *loadProgress = nullptr; // its progress, in the status bar
     int loadTotal = 0;

@@ -759,6 +759,90 @@ bool DbConnection::readList(const QString &table, const QStringList &tested, int
     return !isDamage(q.lastError());
 }
 
+bool DbConnection::readRowsById(const QString &table, const QStringList &columns, const QVector<int> &ids,
+                                const std::function<void(int, const QVector<QVariant> &)> &visit)
+{
+    const QStringList names = getFieldNames(table);
+    if (names.isEmpty())
+        return false;
+    QStringList expressions;
+    for (const QString &column : columns) {
+        const QString name = sqlName(column);
+        expressions << (names.contains(column)
+                            ? QString::asprintf("CASE WHEN typeof(%s) = 'text' THEN %s ELSE %s END", u8(name).constData(),
+                                                u8(shownPart(column)).constData(), u8(name).constData())
+                            : QString("NULL"));
+    }
+    const bool byRowId = isBrowsedByRowId(table);
+    const QString key = byRowId ? QString("rowid") : QString(QuotedId);
+    QSqlQuery q(db);
+    q.setForwardOnly(true);
+    if (!q.prepare(QString::asprintf("SELECT %s FROM %s WHERE %s = ? LIMIT 1",
+                                     u8(expressions.isEmpty() ? QString("1") : expressions.join(',')).constData(),
+                                     u8(sqlName(table)).constData(), u8(key).constData()))) {
+        noteDamage(q, table);
+        return false;
+    }
+    QVector<QVariant> values(columns.size());
+    for (int id : ids) {
+        q.bindValue(0, id);
+        if (!q.exec()) {
+            noteDamage(q, table);
+            return false;
+        }
+        if (!q.next())
+            continue;
+        for (int i = 0; i < columns.size(); ++i)
+            values[i] = q.value(i);
+        visit(id, values);
+    }
+    return true;
+}
+
+bool DbConnection::idsOrderedBy(const QString &table, const QString &column, bool descending, QVector<int> *ids)
+{
+    const QStringList names = getFieldNames(table);
+    if (!names.contains(column))
+        return false;
+    const ColumnName named(column);
+    const QString t = sqlName(table);
+    const QString key = isBrowsedByRowId(table) ? QString("t.rowid") : "t." + sqlName(names.first());
+    QString value = "t." + sqlName(column);
+    QString join;
+    if (named.isLookup() && getTables().contains(named.lookupTable())
+        && getFieldNames(named.lookupTable()).contains(named.lookupColumn())) {
+        // The first row of an id is the one a lookup shows.
+        join = QString::asprintf(" LEFT JOIN %s l ON l.rowid = (SELECT rowid FROM %s WHERE %s = %s LIMIT 1)",
+                                 u8(sqlName(named.lookupTable())).constData(),
+                                 u8(sqlName(named.lookupTable())).constData(), QuotedId, u8(value).constData());
+        value = "l." + sqlName(named.lookupColumn());
+    }
+    QString order;
+    if (named.hasTag("DATEFORMAT"))
+        order = QString("substr(%1, 7, 4) || substr(%1, 4, 2) || substr(%1, 1, 2)").arg(value);
+    else if (named.hasTag("MONEYFORMAT") || named.hasTag("INTEGERFORMAT") || named.hasTag("REALFORMAT")
+             || named.hasTag("BOOLFORMAT"))
+        order = "CAST(" + value + " AS REAL)";
+    else
+        order = value + " COLLATE NOCASE";
+    const QString clause = scopeClause(table);
+    QSqlQuery q(db);
+    q.setForwardOnly(true);
+    const QString statement = QString::asprintf("SELECT %s FROM %s t%s%s ORDER BY %s %s", u8(key).constData(),
+                                                u8(t).constData(), u8(join).constData(),
+                                                u8(QString(clause).replace(" WHERE ", " WHERE t.")).constData(),
+                                                u8(order).constData(), descending ? "DESC" : "ASC");
+    if (!run(q, statement, scopeValues(table))) {
+        noteDamage(q, table);
+        return false;
+    }
+    ids->clear();
+    while (q.next())
+        ids->append(q.value(0).toInt());
+    noteDamage(q, table);
+    return !isDamage(q.lastError());
+}
+
 void DbConnection::readValuesById(const QString &table, const QString &column,
                                   const std::function<void(int, const QVariant &)> &value, bool shown)
 {

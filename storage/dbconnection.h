@@ -172,6 +172,15 @@ public:
     static constexpr int ShownCharacters = 1200;
     bool readList(const QString &table, const QStringList &tested, int offset, int limit,
                   const std::function<bool(int, const QVariant &, const QVector<QVariant> &)> &row);
+    // The rows of the given ids, each found by its key: visit(id, values of
+    // columns), once per id found (the first row of an id); a text value is
+    // read only as far as a list shows it. For the grid, a screenful at a time.
+    bool readRowsById(const QString &table, const QStringList &columns, const QVector<int> &ids,
+                      const std::function<void(int, const QVector<QVariant> &)> &visit);
+    // The ids of table's rows ordered by column, read in one statement: texts
+    // ignoring case, dates by day, numbers by value, a lookup by the text it
+    // shows (lookupTable's lookupColumn). False when it cannot be read.
+    bool idsOrderedBy(const QString &table, const QString &column, bool descending, QVector<int> *ids);
     // Steps once through every row of table, in the order "SELECT *" gives
     // them, calling visit with the values of the named columns (in the order
     // named; invalid for a name the table lacks). False when it cannot be read.
