@@ -64,6 +64,8 @@ void RecordGridModel::setTable(DbConnection *connection, const QString &table)
 
 void RecordGridModel::listRowsComing(int first, int last)
 {
+    if (!db)
+        return; // no grid shown: no rows
     if (sortedBy < 0)
         beginInsertRows(QModelIndex(), first, last);
     else
@@ -72,6 +74,8 @@ void RecordGridModel::listRowsComing(int first, int last)
 
 void RecordGridModel::listRowsCame(int first, int last)
 {
+    if (!db)
+        return;
     // Rows read after a sort by a column come after the sorted ones.
     if (sortedBy >= 0) {
         gridOf.resize(last + 1);

@@ -96,15 +96,15 @@ void RecordListModel::rehash(int capacity)
     }
 }
 
-int RecordListModel::addEntry(const QString &text, uint hash)
+int RecordListModel::addEntry(QStringView text, uint hash)
 {
     if ((entries.size() + 1) * 2 > cells.size())
         rehash(qMax(64, cells.size() * 2));
     Entry e;
     e.offset = buffer.size();
-    e.length = text.size();
+    e.length = int(text.size());
     e.hash = hash;
-    buffer += text;
+    buffer.append(text.data(), int(text.size()));
     entries.append(e);
     const int mask = cells.size() - 1;
     int at = int(hash) & mask;
@@ -123,17 +123,20 @@ void RecordListModel::append(const Batch &batch)
         beginInsertRows(QModelIndex(), first, first + batch.size() - 1);
     else
         emit layoutAboutToBeChanged();
-    rowEntry.reserve(first + batch.size());
-    rowId.reserve(first + batch.size());
+    if (rowEntry.capacity() < first + batch.size()) {
+        const int room = qMax(first + batch.size(), first + first / 2);
+        rowEntry.reserve(room);
+        rowId.reserve(room);
+    }
     for (int i = 0; i < batch.size(); ++i) {
-        const QString &text = batch.texts.at(i);
+        const QStringView text = batch.text(i);
         const uint hash = qHash(text);
         int entry = findEntry(text, hash);
         if (entry < 0) {
             entry = addEntry(text, hash);
             if (text.isEmpty())
                 emptyEntry = entry;
-            else if (text == NoText)
+            else if (text == QStringView(NoText))
                 literalDashes = entry;
         }
         Entry &e = entries[entry];
@@ -143,7 +146,7 @@ void RecordListModel::append(const Batch &batch)
         if (batch.entered.at(i)) {
             if (!e.entered)
                 ++entered;
-            e.entered = true;
+            e.entered = 1;
             e.lastRow = row;
         }
         ascending = ascending && (rowId.isEmpty() || batch.ids.at(i) > rowId.last());
@@ -336,4 +339,10 @@ int RecordListModel::arrivalRowOfId(int id) const
         return at != rowId.cend() && *at == id ? int(at - rowId.cbegin()) : -1;
     }
     return rowId.indexOf(id);
+}
+
+void RecordListModel::reserve(int rows)
+{
+    rowEntry.reserve(rows);
+    rowId.reserve(rows);
 }

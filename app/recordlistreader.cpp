@@ -25,9 +25,7 @@ bool RecordListReader::readRows(int offset, int limit, RecordListModel::Batch &b
                                return true;
                            const QString text = lookup ? lookedUp(value.toInt())
                                                        : RecordListModel::shownText(value.toString());
-                           batch.ids.append(id);
-                           batch.texts.append(text);
-                           batch.entered.append(lookup || !text.isEmpty());
+                           batch.add(id, text, lookup || !text.isEmpty());
                            if (batch.size() < batchRows)
                                return true;
                            const bool more = deliver(batch);
@@ -72,12 +70,14 @@ bool RecordListReader::read(const std::function<bool(RecordListModel::Batch &)> 
     if (!rest(readRows(0, firstRows, batch, deliver, stop, batchRows, one)))
         return false;
     batch = RecordListModel::Batch();
-    // Texts of the looked-up records, by id, kept in one buffer: where the
-    // ids are dense (as the program hands them out) the spans are kept by id.
-    QString texts;
+    // Texts of the looked-up records, by id, kept in one buffer of UTF-8
+    // (a shown text is short: its length fits 16 bits): where the ids are
+    // dense (as the program hands them out) the spans are kept by id.
+    QByteArray texts;
     const int maxId = db.getMaxId(other);
     const bool dense = maxId < 4 * db.countRecords(other) + 1024;
-    QVector<int> start(dense ? maxId + 1 : 0, -1), length(dense ? maxId + 1 : 0, 0);
+    QVector<int> start(dense ? maxId + 1 : 0, -1);
+    QVector<quint16> length(dense ? maxId + 1 : 0, 0);
     QHash<int, QPair<int, int>> spans;
     db.readValuesById(
         other, column,
@@ -85,10 +85,10 @@ bool RecordListReader::read(const std::function<bool(RecordListModel::Batch &)> 
             const bool inRange = dense && id > 0 && id <= maxId;
             if (inRange ? start.at(id) >= 0 : spans.contains(id))
                 return; // the first row of an id is the one a lookup by id finds
-            const QString text = RecordListModel::shownText(value.toString());
+            const QByteArray text = RecordListModel::shownText(value.toString()).toUtf8();
             if (inRange) {
                 start[id] = texts.size();
-                length[id] = text.size();
+                length[id] = quint16(text.size());
             } else {
                 spans.insert(id, qMakePair(texts.size(), text.size()));
             }
@@ -97,9 +97,9 @@ bool RecordListReader::read(const std::function<bool(RecordListModel::Batch &)> 
         true);
     const auto all = [&](int id) {
         if (dense && id > 0 && id <= maxId)
-            return start.at(id) < 0 ? QString() : texts.mid(start.at(id), length.at(id));
+            return start.at(id) < 0 ? QString() : QString::fromUtf8(texts.constData() + start.at(id), length.at(id));
         const auto span = spans.constFind(id);
-        return span == spans.constEnd() ? QString() : texts.mid(span->first, span->second);
+        return span == spans.constEnd() ? QString() : QString::fromUtf8(texts.constData() + span->first, span->second);
     };
     return rest(readRows(firstRows, -1, batch, deliver, stop, batchRows, all));
 }

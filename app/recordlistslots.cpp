@@ -18,6 +18,9 @@
 #include "records/inputdataform.h"
 
 #include <QEventLoop>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 #include <QHeaderView>
 #include <QTableView>
 #include <QProgressBar>
@@ -122,6 +125,7 @@ void Tessaro::loadList(const QString &table)
         connect(loader, &RecordListLoader::rowsRead, this, &Tessaro::takeLoadedRows);
         connect(loader, &RecordListLoader::finishedReading, this, &Tessaro::finishLoading);
         loadTotal = count;
+        listModel->reserve(count);
         loadProgress->setRange(0, count);
         loadProgress->setValue(0);
         loadProgress->show();
@@ -193,6 +197,10 @@ void Tessaro::finishLoading(bool complete)
     }
     Q_UNUSED(complete)
     stopLoading();
+#ifdef __GLIBC__
+    // What the worker's batches took goes back to the system, not kept for later.
+    malloc_trim(0);
+#endif
     showListCount(true);
     // A grid sorted while the rest was read takes the late records into its order.
     if (gridModel->sortColumn() >= 0)
@@ -546,6 +554,7 @@ void Tessaro::setUpGrid()
 {
     gridModel = new RecordGridModel(listModel, this);
     QTableView *grid = ui->userGridView;
+    // Hidden, the grid has no table and no rows: its header keeps nothing.
     grid->setModel(gridModel);
     grid->setSelectionBehavior(QAbstractItemView::SelectRows);
     grid->setSelectionMode(QAbstractItemView::SingleSelection);

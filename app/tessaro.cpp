@@ -14,6 +14,9 @@
 #include "dialogs/messagehandler.h"
 #include "storage/tablename.h"
 
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 #include <QApplication>
 #include <QDir>
 #include <QEventLoop>
@@ -154,6 +157,13 @@ Tessaro::Tessaro(QWidget *parent, const QString &startFile) : QMainWindow(parent
 
     // The record list, kept compactly and shown through a model; a large
     // table's reading shows its progress in the status bar.
+#ifdef __GLIBC__
+    // Large blocks (a long list's texts and rows) are mapped on their own:
+    // they grow without being copied and go back to the system when freed,
+    // rather than staying in the heap after a table is left.
+    static const bool mapped = mallopt(M_MMAP_THRESHOLD, 256 * 1024);
+    Q_UNUSED(mapped)
+#endif
     listModel = new RecordListModel(this);
     ui->userListWidget->setListModel(listModel);
     setUpGrid();

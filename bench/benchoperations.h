@@ -23,5 +23,7 @@ BenchResult benchFirst(BenchContext &context);
 BenchResult benchCsvExport(BenchContext &context);
 BenchResult benchCsvImport(BenchContext &context);
 BenchResult benchPdf(BenchContext &context);
+BenchResult benchGrid(BenchContext &context);
+BenchResult benchHuge(BenchContext &context);
 
 #endif // BENCHOPERATIONS_H

@@ -3,6 +3,7 @@
 // "NAME X s, BASELINE Y s, ratio R, peak M MB".
 //   tessaro-bench                  sizes 10,000 and 100,000
 //   tessaro-bench --records N      size N only
+//   tessaro-bench --only a,b       only the operations named (first, open, ...)
 //   tessaro-bench --launch-child   (internal) one timed start-up, for the launch line
 #include "benchoperations.h"
 
@@ -37,6 +38,8 @@ const Operation Operations[] = {
     {"csv-export", benchCsvExport},
     {"csv-import", benchCsvImport},
     {"pdf", benchPdf},
+    {"grid", benchGrid},
+    {"huge", benchHuge},
 };
 
 } // namespace
@@ -55,11 +58,13 @@ int main(int argc, char **argv)
     if (at >= 0) {
         const int size = at + 1 < args.size() ? args.at(at + 1).toInt() : 0;
         if (size <= 0) {
-            std::fprintf(stderr, "usage: tessaro-bench [--records N]\n");
+            std::fprintf(stderr, "usage: tessaro-bench [--records N] [--only NAME,...]\n");
             return 2;
         }
         sizes = {size};
     }
+    const int onlyAt = args.indexOf("--only");
+    const QStringList only = onlyAt >= 0 ? args.value(onlyAt + 1).split(',', Qt::SkipEmptyParts) : QStringList();
 
     SilentHandler silent;
     MessageHandler::install(&silent);
@@ -79,6 +84,8 @@ int main(int argc, char **argv)
     // (pages of widgets, lists) never weighs on the next.
     for (int size : qAsConst(sizes)) {
         for (const Operation &operation : Operations) {
+            if (!only.isEmpty() && !only.contains(operation.name))
+                continue;
             malloc_trim(0); // what earlier operations freed goes back before this one's peak is taken
             QFile::remove("lastDb.dat"); // starts on an empty database
             Tessaro window;

@@ -23,6 +23,7 @@ void fill(DbConnection &db, int rows)
     QVERIFY(makeTable(db, "Citta", {"RSTRINGFORMAT_Nome"}, {"Roma", QString::fromUtf8("Forlì"), "", QString::fromUtf8("Perché ultimo")}));
     QVERIFY(makeTable(db, "Clienti", {"XCitta_XDTX_RSTRINGFORMAT_Nome", "NSTRINGFORMAT_Nome", "NMONEYFORMAT_Saldo"}));
     QVERIFY(makeTable(db, "Note", {"RSTRINGFORMAT_Testo"}));
+    QVERIFY(makeTable(db, "Capi", {"XCapi_XDTX_NSTRINGFORMAT_Nome", "NSTRINGFORMAT_Nome"}, {"2|Anna", "1|Bruno", "5|Carla"}));
     QSqlQuery q = sqlOn(db);
     QVERIFY(q.exec("BEGIN"));
     QVERIFY(q.prepare("INSERT INTO Clienti VALUES (?, ?, ?, ?)"));
@@ -84,6 +85,7 @@ private slots:
         QTest::addColumn<bool>("damaged");
         QTest::newRow("lookups, repeats, empty texts") << "Clienti" << false;
         QTest::newRow("cut short by damage") << "Clienti" << true;
+        QTest::newRow("a lookup into its own table") << "Capi" << false;
     }
     void workerEqualsTheListReadAtOnce()
     {
@@ -124,7 +126,10 @@ private slots:
         QCOMPARE(loader.isComplete(), !damaged);
         QCOMPARE(loader.failures().size(), damaged ? 1 : 0);
 
-        QVERIFY(atOnce.size() > (damaged ? 0 : 44999));
+        if (table == "Capi")
+            QCOMPARE(rowsOf(atOnce), QStringList({"1 Bruno", "2 Anna", "3 ----"}));
+        else
+            QVERIFY(atOnce.size() > (damaged ? 0 : 44999));
         QCOMPARE(rowsOf(worker), rowsOf(atOnce));
         // The same map: a text names the same record, a record the same text.
         for (const QString &text : {QString("Anna"), QString("Roma"), QString::fromUtf8("Forlì"), QString()})
