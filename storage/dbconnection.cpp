@@ -4,6 +4,7 @@
 #include "storage/namingscheme.h"
 
 #include <QAtomicInt>
+#include <QFile>
 #include <QFileInfo>
 #include <QSet>
 #include <QSqlError>
@@ -11,6 +12,7 @@
 #include <QRegularExpression>
 #include <QSqlQuery>
 #include <sqlite3.h>
+#include <unistd.h>
 
 namespace {
 
@@ -779,17 +781,13 @@ bool DbConnection::readRowsById(const QString &table, const QStringList &columns
     q.setForwardOnly(true);
     if (!q.prepare(QString::asprintf("SELECT %s FROM %s WHERE %s = ? LIMIT 1",
                                      u8(expressions.isEmpty() ? QString("1") : expressions.join(',')).constData(),
-                                     u8(sqlName(table)).constData(), u8(key).constData()))) {
-        noteDamage(q, table);
+                                     u8(sqlName(table)).constData(), u8(key).constData())))
         return false;
-    }
     QVector<QVariant> values(columns.size());
     for (int id : ids) {
         q.bindValue(0, id);
-        if (!q.exec()) {
-            noteDamage(q, table);
+        if (!q.exec())
             return false;
-        }
         if (!q.next())
             continue;
         for (int i = 0; i < columns.size(); ++i)
@@ -1248,11 +1246,22 @@ bool DbConnection::backupTo(const QString &path, QString *error)
     bool done = sqlite3_open_v2(path.toUtf8().constData(), &target, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
                                 nullptr)
                 == SQLITE_OK;
-    if (!done)
+    if (!done) {
         *error = QString::fromUtf8(target ? sqlite3_errmsg(target) : "sqlite3_open");
-    else
+    } else {
+        // The copy is a new file of its own, named as finished only once
+        // whole: no journal is needed while it is written, and it reaches
+        // the disk once, at the end, rather than page by page.
+        sqlite3_exec(target, "PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF", nullptr, nullptr, nullptr);
         done = copyPages(target, source, error);
+    }
     sqlite3_close(target);
+    if (done) {
+        QFile written(path);
+        done = written.open(QIODevice::ReadOnly) && ::fsync(written.handle()) == 0;
+        if (!done)
+            *error = written.errorString();
+    }
     return done;
 }
 

@@ -174,7 +174,9 @@ public:
                   const std::function<bool(int, const QVariant &, const QVector<QVariant> &)> &row);
     // The rows of the given ids, each found by its key: visit(id, values of
     // columns), once per id found (the first row of an id); a text value is
-    // read only as far as a list shows it. For the grid, a screenful at a time.
+    // read only as far as a list shows it. For the grid, a screenful at a time,
+    // while it paints: what cannot be read is left out without a word (the
+    // list's own reading tells of damage).
     bool readRowsById(const QString &table, const QStringList &columns, const QVector<int> &ids,
                       const std::function<void(int, const QVector<QVariant> &)> &visit);
     // The ids of table's rows ordered by column, read in one statement: texts
