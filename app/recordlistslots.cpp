@@ -17,6 +17,7 @@
 #include "app/recordlistview.h"
 #include "records/inputdataform.h"
 
+#include <QApplication>
 #include <QEventLoop>
 #ifdef __GLIBC__
 #include <malloc.h>
@@ -216,8 +217,16 @@ void Tessaro::showListCount(bool announce)
         Accessibility::describe(ui->userListWidget, QString("%1 Record").arg(listModel->size()));
 }
 
-QVector<int> Tessaro::listedIds() const
+// What is printed or exported is the whole list: a reading still under way
+// is finished first.
+QVector<int> Tessaro::listedIds()
 {
+    if (loader) {
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+        loader->wait();
+        finishLoading(loader->isComplete());
+        QApplication::restoreOverrideCursor();
+    }
     QVector<int> ids;
     ids.reserve(listModel->size());
     for (int row = 0; row < listModel->size(); ++row)

@@ -107,8 +107,8 @@ public:
     // next/previous ask, answered by the filter test.
     bool isRecordListed(const QString &table, int id);
     const RecordListModel &recordList() const { return *listModel; }
-    // The records the list shows, in its order.
-    QVector<int> listedIds() const;
+    // The records the list shows, in its order, the list read to its end.
+    QVector<int> listedIds();
     // Whether a large table's list is still being read.
     bool isLoadingList() const { return loader != nullptr; }
     const QList<outputDataForm *> &recordViewWidgets() const { return outputWidgets; }

@@ -163,6 +163,13 @@ private slots:
         QCOMPARE(s.w->currentId, 60000);
         QVERIFY(s.messages.said.isEmpty());
 
+        // What is printed or exported is the whole list, even amid a reading.
+        s.w->changeTable("Citta");
+        s.w->changeTable("Clienti");
+        QVERIFY(s.w->isLoadingList());
+        QCOMPARE(s.w->listedIds().size(), 60000);
+        QVERIFY(!s.w->isLoadingList());
+
         // Closing the window amid a reading ends it at once.
         s.w->changeTable("Citta");
         s.w->changeTable("Clienti");
