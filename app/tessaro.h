@@ -33,6 +33,8 @@ class calcForm;
 class CsvImportForm;
 class CsvImport;
 class RecordGridModel;
+struct PageHeading;
+struct PrintedList;
 
 // The main window and the program's one controller: it owns the database
 // connection, every page, the dialogs and the widgets made at run time.
@@ -359,6 +361,7 @@ private:
     QString csvFileName;
     // Printing and PDF (exchange/printslots.cpp)
     void setUpPrinting();
+    PrintedList gatherListed(const QStringList &columns, PageHeading *page);
     void choosePrint(bool pdf);
     // The filter the list was loaded with, in words; empty when none.
     QString listFilterText();

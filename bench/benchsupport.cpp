@@ -145,3 +145,23 @@ void printResult(const BenchResult &result, double peakMb)
                 result.baseline > 0 ? result.seconds / result.baseline : 0.0, peakMb);
     std::fflush(stdout);
 }
+
+double bareInsert(const QVector<QVector<QVariant>> &rows)
+{
+    QElapsedTimer timer;
+    timer.start();
+    QSqlDatabase connection = bareDatabase();
+    connection.transaction();
+    QSqlQuery insert(connection);
+    QStringList marks;
+    for (int i = 0; i < rows.value(0).size(); ++i)
+        marks << "?";
+    insert.prepare(QString("INSERT INTO %1 VALUES (%2)").arg(People, marks.join(",")));
+    for (const QVector<QVariant> &row : rows) {
+        for (int i = 0; i < row.size(); ++i)
+            insert.bindValue(i, row.at(i));
+        insert.exec();
+    }
+    connection.commit();
+    return seconds(timer);
+}

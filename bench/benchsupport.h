@@ -6,6 +6,8 @@
 #include <QElapsedTimer>
 #include <QSqlDatabase>
 #include <QString>
+#include <QVariant>
+#include <QVector>
 #include <functional>
 #include <vector>
 
@@ -67,6 +69,10 @@ void useBareDatabase(const QString &path);
 QSqlDatabase bareDatabase();
 // SELECT * of table stepped to the end, on the bare connection.
 double bareSelect(const QString &table);
+
+// The rows inserted into Persone with one prepared INSERT in one
+// transaction, on the bare connection.
+double bareInsert(const QVector<QVector<QVariant>> &rows);
 
 // Lets the window run until its record list is read whole.
 void waitForList(Tessaro &window);

@@ -15,27 +15,6 @@
 #include <QVector>
 #include <cstdio>
 
-namespace {
-double bareInsertOf(const QVector<QVector<QVariant>> &rows)
-{
-    QElapsedTimer timer;
-    timer.start();
-    QSqlDatabase connection = bareDatabase();
-    connection.transaction();
-    QSqlQuery insert(connection);
-    QStringList marks;
-    for (int i = 0; i < rows.value(0).size(); ++i)
-        marks << "?";
-    insert.prepare(QString("INSERT INTO %1 VALUES (%2)").arg(People, marks.join(",")));
-    for (const QVector<QVariant> &row : rows) {
-        for (int i = 0; i < row.size(); ++i)
-            insert.bindValue(i, row.at(i));
-        insert.exec();
-    }
-    connection.commit();
-    return seconds(timer);
-}
-} // namespace
 
 BenchResult benchCsvExport(BenchContext &context)
 {
@@ -70,7 +49,7 @@ BenchResult benchCsvImport(BenchContext &context)
         });
         expected = rows.size();
         db.clearTable(People);
-        bares.push_back(bareInsertOf(rows));
+        bares.push_back(bareInsert(rows));
         rows = {};
         db.clearTable(People);
         window.changeTable(People);

@@ -12,27 +12,6 @@
 #include <QVector>
 #include <cstdio>
 
-namespace {
-double bareInsert(const QVector<QVector<QVariant>> &rows)
-{
-    QElapsedTimer timer;
-    timer.start();
-    QSqlDatabase connection = bareDatabase();
-    connection.transaction();
-    QSqlQuery insert(connection);
-    QStringList marks;
-    for (int i = 0; i < rows.value(0).size(); ++i)
-        marks << "?";
-    insert.prepare(QString("INSERT INTO %1 VALUES (%2)").arg(People, marks.join(",")));
-    for (const QVector<QVariant> &row : rows) {
-        for (int i = 0; i < row.size(); ++i)
-            insert.bindValue(i, row.at(i));
-        insert.exec();
-    }
-    connection.commit();
-    return seconds(timer);
-}
-} // namespace
 
 BenchResult benchImport(BenchContext &context)
 {

@@ -159,18 +159,25 @@ void Tessaro::printRecord()
     previewPrint(record.table, [&](QPagedPaintDevice &device) { return paintRecord(device, record, page); });
 }
 
+// The list as it stands, every record of it, and the heading of its pages.
+PrintedList Tessaro::gatherListed(const QStringList &columns, PageHeading *page)
+{
+    const QVector<int> ids = listedIds();
+    const PrintedList list = gatherList(*db, currentTable, columns, &ids);
+    page->icon = tableIconOf(*db, dbFolder, currentTable);
+    page->title = list.table;
+    page->subtitle = listSubtitle(list.rows.size(), listFilterText());
+    return list;
+}
+
 void Tessaro::printList(const QStringList &columns)
 {
     if (currentTable.isEmpty()) {
         MessageHandler::current()->warning(NoTable);
         return;
     }
-    const QVector<int> ids = listedIds();
-    const PrintedList list = gatherList(*db, currentTable, columns, &ids);
     PageHeading page;
-    page.icon = tableIconOf(*db, dbFolder, currentTable);
-    page.title = list.table;
-    page.subtitle = listSubtitle(list.rows.size(), listFilterText());
+    const PrintedList list = gatherListed(columns, &page);
     previewPrint(list.table, [&](QPagedPaintDevice &device) { return paintList(device, list, page); });
 }
 
@@ -200,12 +207,8 @@ void Tessaro::exportingListPdf(const QString &path, const QStringList &columns)
         MessageHandler::current()->warning(NoTable);
         return;
     }
-    const QVector<int> ids = listedIds();
-    const PrintedList list = gatherList(*db, currentTable, columns, &ids);
     PageHeading page;
-    page.icon = tableIconOf(*db, dbFolder, currentTable);
-    page.title = list.table;
-    page.subtitle = listSubtitle(list.rows.size(), listFilterText());
+    const PrintedList list = gatherListed(columns, &page);
     progress->setValue(0);
     progress->setLabel("Esportazione " + list.table);
     progress->setWindowTitle("Esportazione PDF");
