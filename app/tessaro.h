@@ -35,6 +35,7 @@ class CsvImport;
 class RecordGridModel;
 struct PageHeading;
 struct PrintedList;
+struct PrintedRecord;
 
 // The main window and the program's one controller: it owns the database
 // connection, every page, the dialogs and the widgets made at run time.
@@ -362,6 +363,7 @@ private:
     // Printing and PDF (exchange/printslots.cpp)
     void setUpPrinting();
     PrintedList gatherListed(const QStringList &columns, PageHeading *page);
+    PrintedRecord gatherShownRecord(const QString &table, int id, PageHeading *page);
     void choosePrint(bool pdf);
     // The filter the list was loaded with, in words; empty when none.
     QString listFilterText();

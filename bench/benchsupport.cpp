@@ -165,3 +165,18 @@ double bareInsert(const QVector<QVector<QVariant>> &rows)
     connection.commit();
     return seconds(timer);
 }
+
+double bareReinsert(DbConnection &db, int *rows)
+{
+    QVector<QVector<QVariant>> read;
+    db.readRows(People, nullptr, [&read](const QVector<QVariant> &values) {
+        read << values;
+        return true;
+    });
+    *rows = read.size();
+    db.clearTable(People);
+    const double bare = bareInsert(read);
+    read = {};
+    db.clearTable(People);
+    return bare;
+}

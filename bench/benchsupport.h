@@ -11,6 +11,7 @@
 #include <functional>
 #include <vector>
 
+class DbConnection;
 class Tessaro;
 
 // Says nothing and answers No: the bench must never block on a box. File
@@ -73,6 +74,10 @@ double bareSelect(const QString &table);
 // The rows inserted into Persone with one prepared INSERT in one
 // transaction, on the bare connection.
 double bareInsert(const QVector<QVector<QVariant>> &rows);
+
+// The import benches' baseline: Persone's rows read, the table emptied and
+// the rows inserted bare (timed), the table emptied again. rows: how many.
+double bareReinsert(DbConnection &db, int *rows);
 
 // Lets the window run until its record list is read whole.
 void waitForList(Tessaro &window);

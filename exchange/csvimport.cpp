@@ -313,28 +313,6 @@ Target::Kind kindOf(const ColumnName &name)
     return Target::Text;
 }
 
-// A transaction taken back unless it was committed.
-class Transaction
-{
-public:
-    explicit Transaction(DbConnection &db) : db(db), open(db.beginTransaction()) {}
-    ~Transaction()
-    {
-        if (open)
-            db.rollbackTransaction();
-    }
-    bool isOpen() const { return open; }
-    bool commit()
-    {
-        open = false;
-        return db.commitTransaction();
-    }
-
-private:
-    DbConnection &db;
-    bool open;
-};
-
 } // namespace
 
 bool CsvImport::open(const QString &path, const ExchangeProgress &progress)
@@ -583,7 +561,7 @@ CsvImport::Outcome CsvImport::run(const Plan &plan, const ExchangeProgress &prog
     };
 
     // Everything, the new table included, is written in one transaction.
-    Transaction transaction(db);
+    DbTransaction transaction(db);
     if (!transaction.isOpen()) {
         error = QString::fromUtf8("ERRORE: Impossibile salvare le modifiche nel Db!");
         return Failed;

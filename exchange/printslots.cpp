@@ -145,17 +145,25 @@ void Tessaro::previewPrint(const QString &title, const std::function<int(QPagedP
     rememberPageLayout(printer.pageLayout());
 }
 
+// A record of table and the heading of its page: under the name, the text
+// the list shows for it when it is the record shown.
+PrintedRecord Tessaro::gatherShownRecord(const QString &table, int id, PageHeading *page)
+{
+    const PrintedRecord record = gatherRecord(*db, table, id, dbFolder);
+    page->icon = tableIconOf(*db, dbFolder, table);
+    page->title = record.table;
+    page->subtitle = table == currentTable && id == currentId ? ui->lbViewInfo->text() : QString();
+    return record;
+}
+
 void Tessaro::printRecord()
 {
     if (currentTable.isEmpty()) {
         MessageHandler::current()->warning(NoTable);
         return;
     }
-    const PrintedRecord record = gatherRecord(*db, currentTable, currentId, dbFolder);
     PageHeading page;
-    page.icon = tableIconOf(*db, dbFolder, currentTable);
-    page.title = record.table;
-    page.subtitle = ui->lbViewInfo->text();
+    const PrintedRecord record = gatherShownRecord(currentTable, currentId, &page);
     previewPrint(record.table, [&](QPagedPaintDevice &device) { return paintRecord(device, record, page); });
 }
 
@@ -187,11 +195,8 @@ void Tessaro::exportingRecordPdf(const QString &path, const QString &table, int 
         MessageHandler::current()->warning(NoTable);
         return;
     }
-    const PrintedRecord record = gatherRecord(*db, table, id, dbFolder);
     PageHeading page;
-    page.icon = tableIconOf(*db, dbFolder, table);
-    page.title = record.table;
-    page.subtitle = table == currentTable && id == currentId ? ui->lbViewInfo->text() : QString();
+    const PrintedRecord record = gatherShownRecord(table, id, &page);
     const QString problem = writePdf(path, rememberedPageLayout(), record.table, [&](QPagedPaintDevice &device) {
         return paintRecord(device, record, page);
     });

@@ -20,29 +20,6 @@ QByteArray u8(const QString &text)
     return text.toUtf8();
 }
 
-// A transaction taken back unless it was committed.
-class Transaction
-{
-public:
-    explicit Transaction(DbConnection &db) : db(db), open(db.beginTransaction()) {}
-    ~Transaction()
-    {
-        if (open)
-            db.rollbackTransaction();
-    }
-    bool commit()
-    {
-        if (!open)
-            return true; // the caller's transaction holds this one's writes
-        open = false;
-        return db.commitTransaction();
-    }
-
-private:
-    DbConnection &db;
-    bool open;
-};
-
 } // namespace
 
 QString RecordWriter::foreignTableRefusal(DbConnection &db, const QString &table)
@@ -102,7 +79,7 @@ int RecordWriter::insert(const QString &table, FieldValueList fields, bool keepG
 
     // Written whole or not at all: a write that fails (a trigger, a
     // constraint, a full disk) has been told and takes every earlier one back.
-    Transaction transaction(db);
+    DbTransaction transaction(db);
     const int id = db.insertEmptyRecord(table, keepGivenId, requestedId);
     if (id < 0)
         return -1;
@@ -141,7 +118,7 @@ bool RecordWriter::update(const QString &table, int id, const FieldValueList &fi
         return false;
     }
     // Written whole or not at all: the first write that fails takes back the others.
-    Transaction transaction(db);
+    DbTransaction transaction(db);
     for (int i = 1; i < fields.size(); ++i) {
         if (!db.updateField(table, id, fields.at(i).first, fields.at(i).second))
             return false;
@@ -159,7 +136,7 @@ bool RecordWriter::remove(const QString &table, int id)
     refusalText = foreignTableRefusal(db, table);
     if (!refusalText.isEmpty())
         return false;
-    Transaction transaction(db);
+    DbTransaction transaction(db);
     for (const DbConnection::Reference &reference : db.referencesTo(table, id)) {
         if (!db.clearReferences(reference.table, reference.column, id))
             return false;

@@ -286,4 +286,32 @@ private:
     sqlite3_stmt *rowInsert = nullptr;
 };
 
+
+// A transaction taken back unless it was committed: what a scope writes is
+// written whole or not at all.
+class DbTransaction
+{
+public:
+    explicit DbTransaction(DbConnection &db) : db(db), open(db.beginTransaction()) {}
+    ~DbTransaction()
+    {
+        if (open)
+            db.rollbackTransaction();
+    }
+    DbTransaction(const DbTransaction &) = delete;
+    DbTransaction &operator=(const DbTransaction &) = delete;
+    bool isOpen() const { return open; }
+    bool commit()
+    {
+        if (!open)
+            return true; // none could be begun: the caller's transaction holds the writes
+        open = false;
+        return db.commitTransaction();
+    }
+
+private:
+    DbConnection &db;
+    bool open;
+};
+
 #endif // DBCONNECTION_H
