@@ -2,6 +2,7 @@
 
 #include "storage/columnname.h"
 #include "storage/namingscheme.h"
+#include "storage/pagecopy.h"
 
 #include <QAtomicInt>
 #include <QFile>
@@ -1216,25 +1217,6 @@ sqlite3 *DbConnection::handle() const
     return *static_cast<sqlite3 *const *>(value.constData());
 }
 
-namespace {
-// Copies every page of one database into another in one step, as SQLite's
-// online backup does: the destination is replaced whole, in one transaction.
-bool copyPages(sqlite3 *to, sqlite3 *from, QString *error)
-{
-    sqlite3_backup *backup = sqlite3_backup_init(to, "main", from, "main");
-    if (!backup) {
-        *error = QString::fromUtf8(sqlite3_errmsg(to));
-        return false;
-    }
-    const int step = sqlite3_backup_step(backup, -1);
-    sqlite3_backup_finish(backup);
-    if (step == SQLITE_DONE)
-        return true;
-    *error = QString::fromUtf8(sqlite3_errstr(step));
-    return false;
-}
-} // namespace
-
 bool DbConnection::backupTo(const QString &path, QString *error)
 {
     sqlite3 *source = handle();
@@ -1242,27 +1224,8 @@ bool DbConnection::backupTo(const QString &path, QString *error)
         *error = "Nessun database SQLite aperto";
         return false;
     }
-    sqlite3 *target = nullptr;
-    bool done = sqlite3_open_v2(path.toUtf8().constData(), &target, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
-                                nullptr)
-                == SQLITE_OK;
-    if (!done) {
-        *error = QString::fromUtf8(target ? sqlite3_errmsg(target) : "sqlite3_open");
-    } else {
-        // The copy is a new file of its own, named as finished only once
-        // whole: no journal is needed while it is written, and it reaches
-        // the disk once, at the end, rather than page by page.
-        sqlite3_exec(target, "PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF", nullptr, nullptr, nullptr);
-        done = copyPages(target, source, error);
-    }
-    sqlite3_close(target);
-    if (done) {
-        QFile written(path);
-        done = written.open(QIODevice::ReadOnly) && ::fsync(written.handle()) == 0;
-        if (!done)
-            *error = written.errorString();
-    }
-    return done;
+    return PageCopy::copyDatabase(source, transactionDepth > 0 || sqlite3_get_autocommit(source) == 0,
+                                  db.databaseName(), path, error);
 }
 
 bool DbConnection::restoreFrom(const QString &path, QString *error)
@@ -1278,7 +1241,7 @@ bool DbConnection::restoreFrom(const QString &path, QString *error)
     if (!done)
         *error = QString::fromUtf8(source ? sqlite3_errmsg(source) : "sqlite3_open");
     else
-        done = copyPages(target, source, error);
+        done = PageCopy::copyPages(target, source, error);
     sqlite3_close(source);
     // Every table may be another one now.
     schemaVersion = -1;
