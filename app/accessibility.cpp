@@ -137,13 +137,36 @@ private:
     QWidget *editor;
 };
 
-// The controls of a widget the Tab key stops at, in the order they were made:
-// the parts of a spin box or a combo box go with their box.
+// Adds the widgets a layout holds, in its order, and theirs after each.
+void addInLayoutOrder(QLayout *layout, QList<QWidget *> &widgets)
+{
+    for (int i = 0; i < layout->count(); ++i) {
+        QLayoutItem *item = layout->itemAt(i);
+        if (QWidget *widget = item->widget()) {
+            widgets << widget;
+            if (widget->layout())
+                addInLayoutOrder(widget->layout(), widgets);
+        } else if (QLayout *inner = item->layout()) {
+            addInLayoutOrder(inner, widgets);
+        }
+    }
+}
+
+// The controls of a widget the Tab key stops at, in the order its layouts
+// show them (a control made when first needed stands where it is shown),
+// then any others in the order they were made: the parts of a spin box or a
+// combo box go with their box.
 QList<QWidget *> tabStops(QWidget *widget)
 {
     QList<QWidget *> stops;
-    QList<QWidget *> candidates = widget->findChildren<QWidget *>();
-    candidates.prepend(widget);
+    QList<QWidget *> candidates = {widget};
+    if (widget->layout())
+        addInLayoutOrder(widget->layout(), candidates);
+    const QSet<QWidget *> placed(candidates.cbegin(), candidates.cend());
+    for (QWidget *child : widget->findChildren<QWidget *>()) {
+        if (!placed.contains(child))
+            candidates << child;
+    }
     for (QWidget *candidate : candidates) {
         if (candidate->isWindow() || !(candidate->focusPolicy() & Qt::TabFocus))
             continue;

@@ -489,24 +489,36 @@ void Tessaro::clearRecordView()
         widget->deleteLater();
     }
     outputWidgets.clear();
+    recordViewShape.clear();
 }
 
 void Tessaro::showRecordView(int id)
 {
-    // The view goes out of sight while its fields are replaced: the old ones
-    // are not repainted away one by one, and the new ones are laid out once,
-    // when it is shown again at the end.
-    ui->datiContents->setVisible(false);
-    clearRecordView();
     const QStringList columns = db->getFieldNames(currentTable);
     const QSqlRecord record = db->getRecordById(currentTable, id);
+    // Another record of the table shown keeps the fields' widgets: only the
+    // values change. A table with thousands of columns steps as fast as one
+    // with ten.
+    const QString shape = dbFolder + '\n' + currentTable + '\n' + columns.join('\n') + (techMode ? "\n1" : "\n0");
+    const bool kept = shape == recordViewShape && outputWidgets.size() == columns.size();
+    if (!kept) {
+        // The view goes out of sight while its fields are replaced: the old
+        // ones are not repainted away one by one, and the new ones are laid
+        // out once, when it is shown again at the end.
+        ui->datiContents->setVisible(false);
+        clearRecordView();
+    }
 
     for (int i = 0; i < columns.size(); ++i) {
         const ColumnName column(columns.at(i));
-        auto *widget = new outputDataForm(ui->datiContents);
-        outputWidgets << widget;
-        connect(widget, &outputDataForm::goToList, this, &Tessaro::goToRequest);
-        connect(widget, &outputDataForm::goToFilter, this, &Tessaro::callFilter);
+        outputDataForm *widget = kept ? outputWidgets.at(i) : new outputDataForm(ui->datiContents);
+        if (!kept) {
+            outputWidgets << widget;
+            connect(widget, &outputDataForm::goToList, this, &Tessaro::goToRequest);
+            connect(widget, &outputDataForm::goToFilter, this, &Tessaro::callFilter);
+            if (column.isSubtable())
+                connect(widget, &outputDataForm::goToSubList, this, &Tessaro::goToSubTableRequest);
+        }
         widget->setDocumentsBase(dbFolder);
         widget->setSearchId(id);
 
@@ -540,12 +552,13 @@ void Tessaro::showRecordView(int id)
                                          ? QString(currentTable).remove(0, int(strlen(Naming::HiddenMarker)))
                                          : currentTable,
                                      Subtables::configurationOf(*db, currentTable, column.name()).name);
-            connect(widget, &outputDataForm::goToSubList, this, &Tessaro::goToSubTableRequest);
         }
 
-        widget->setTitle(true, columnTitle(column));
+        if (!kept)
+            widget->setTitle(true, columnTitle(column));
         widget->setData(column.typeTag(), value);
-
+        if (kept)
+            continue;
         if (column.isProgramField() && !techMode) {
             widget->hide();
         } else {
@@ -553,7 +566,10 @@ void Tessaro::showRecordView(int id)
             widget->show();
         }
     }
-    ui->datiContents->setVisible(true);
+    if (!kept) {
+        ui->datiContents->setVisible(true);
+        recordViewShape = shape;
+    }
 }
 
 // The grid shows the list's rows through a model of its own: choosing a row

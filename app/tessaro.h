@@ -318,6 +318,7 @@ private:
     bool openingSubtable = false;      // goToSubTableRequest is making the subtable current
     QString subtableOwnerText;         // the owning record's text, in the title of its rows
     QList<outputDataForm *> outputWidgets;
+    QString recordViewShape; // what outputWidgets were made for
     // Calculator rows, in the table's column order
     QList<calcForm *> calcRows;
 

@@ -4,18 +4,62 @@
 #include "app/accessibility.h"
 #include "app/resources.h"
 #include "storage/namingscheme.h"
+#include "records/dateedit.h"
 #include "records/imagebox.h"
 #include "records/pendingattachments.h"
 #include "records/typednumber.h"
 #include "records/wheelguard.h"
+#include "records/wholenumberbox.h"
 #include "dialogs/messagehandler.h"
 
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFrame>
+#include <QHBoxLayout>
 #include <limits>
 
 namespace {
 using Naming::RepeatMarker;
 const char *const LookupWord = Naming::LookupMarker;
 const char *const InvalidNumber = "ERRORE: Valore numerico non valido";
+
+// The row's controls in the order they stand, those of the form and those
+// made when first needed.
+const char *const RowOrder[] = {"buttonFrame2", "compareFrame", "leData", "lbType", "cbData", "deData",
+                                "cboxData", "sbNum", "buttonFrame", "pbViewImage", "pbViewPdf"};
+
+int rankInRow(const QString &name)
+{
+    for (int i = 0; i < int(sizeof(RowOrder) / sizeof(RowOrder[0])); ++i) {
+        if (name == QLatin1String(RowOrder[i]))
+            return i;
+    }
+    return -1;
+}
+
+QFrame *buttonRow(QWidget *editor, const char *name)
+{
+    auto *frame = new QFrame(editor);
+    frame->setObjectName(name);
+    frame->setFrameShape(QFrame::NoFrame);
+    auto *row = new QHBoxLayout(frame);
+    row->setObjectName(QString(name) + "Layout");
+    row->setSpacing(2);
+    row->setContentsMargins(0, 0, 0, 0);
+    return frame;
+}
+
+QPushButton *rowButton(QFrame *frame, const char *name, const QString &text, int width, bool exclusive)
+{
+    auto *button = new QPushButton(text, frame);
+    button->setObjectName(name);
+    button->setMinimumWidth(width);
+    button->setMaximumWidth(width);
+    button->setCheckable(exclusive);
+    button->setAutoExclusive(exclusive);
+    frame->layout()->addWidget(button);
+    return button;
+}
 } // namespace
 
 inputDataForm::inputDataForm(QWidget *parent) : QWidget(parent), ui(new Ui::inputDataForm)
@@ -24,18 +68,9 @@ inputDataForm::inputDataForm(QWidget *parent) : QWidget(parent), ui(new Ui::inpu
     ui->setupUi(this);
 
     for (QWidget *w : {static_cast<QWidget *>(ui->pbViewImage), static_cast<QWidget *>(ui->pbViewPdf),
-                       static_cast<QWidget *>(ui->leData), static_cast<QWidget *>(ui->cbData),
-                       static_cast<QWidget *>(ui->cboxData), static_cast<QWidget *>(ui->deData),
-                       static_cast<QWidget *>(ui->sbNum), static_cast<QWidget *>(ui->buttonFrame),
-                       static_cast<QWidget *>(ui->buttonFrame2), static_cast<QWidget *>(ui->lbType),
-                       static_cast<QWidget *>(ui->compareFrame)})
+                       static_cast<QWidget *>(ui->leData), static_cast<QWidget *>(ui->lbType)})
         w->hide();
     active = 0;
-    ui->pbNoFilter->setChecked(true);
-    ui->pbAnd->setChecked(true);
-    ui->deData->clearDate();
-    for (QWidget *editor : {static_cast<QWidget *>(ui->cboxData), static_cast<QWidget *>(ui->sbNum)})
-        WheelGuard::install(editor);
 
     // Long texts are shown whole: the line edit's default limit would cut them.
     ui->leData->setMaxLength(std::numeric_limits<int>::max());
@@ -62,18 +97,112 @@ void inputDataForm::connectParts(ImageBox *dialog)
     }
     connect(ui->pbViewImage, &QPushButton::clicked, this, &inputDataForm::viewImageBox);
     connect(ui->pbViewPdf, &QPushButton::clicked, this, &inputDataForm::addPdf);
-    connect(ui->cbData, &QCheckBox::toggled, this, &inputDataForm::activated);
-    connect(ui->cboxData, QOverload<int>::of(&QComboBox::currentIndexChanged), this, &inputDataForm::cbActivated);
-    connect(ui->deData, &DateEdit::dateChanged, this, &inputDataForm::activated);
     connect(ui->leData, &QLineEdit::textChanged, this, &inputDataForm::activated);
-    connect(ui->sbNum, QOverload<int>::of(&QSpinBox::valueChanged), this, &inputDataForm::activated);
-    connect(ui->pbEqual, &QPushButton::pressed, this, &inputDataForm::activatedByButton);
-    connect(ui->pbMajor, &QPushButton::pressed, this, &inputDataForm::activatedByButton);
-    connect(ui->pbMinor, &QPushButton::pressed, this, &inputDataForm::activatedByButton);
+    // The controls made later are connected as they are made.
+}
+
+void inputDataForm::placeInRow(QWidget *control)
+{
+    const int rank = rankInRow(control->objectName());
+    int at = 0;
+    for (int i = 0; i < ui->dataLayout->count(); ++i) {
+        const QWidget *other = ui->dataLayout->itemAt(i)->widget();
+        const int otherRank = other ? rankInRow(other->objectName()) : -1;
+        if (otherRank >= 0 && otherRank < rank)
+            at = i + 1;
+    }
+    ui->dataLayout->insertWidget(at, control);
+    control->hide();
+    Accessibility::nameControls(this);
+    if (titleShown)
+        Accessibility::nameEditor(this, ui->lbTitle->text(), required);
+}
+
+QCheckBox *inputDataForm::checkControl()
+{
+    if (!cbData) {
+        cbData = new QCheckBox("CheckBox", this);
+        cbData->setObjectName("cbData");
+        connect(cbData, &QCheckBox::toggled, this, &inputDataForm::activated);
+        placeInRow(cbData);
+    }
+    return cbData;
+}
+
+DateEdit *inputDataForm::dateControl()
+{
+    if (!deData) {
+        deData = new DateEdit(this);
+        deData->setObjectName("deData");
+        deData->setMinimumWidth(140);
+        deData->setMaximumWidth(200);
+        deData->clearDate();
+        connect(deData, &DateEdit::dateChanged, this, &inputDataForm::activated);
+        placeInRow(deData);
+    }
+    return deData;
+}
+
+QComboBox *inputDataForm::comboControl()
+{
+    if (!cboxData) {
+        cboxData = new QComboBox(this);
+        cboxData->setObjectName("cboxData");
+        QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+        policy.setHorizontalStretch(1);
+        cboxData->setSizePolicy(policy);
+        WheelGuard::install(cboxData);
+        connect(cboxData, QOverload<int>::of(&QComboBox::currentIndexChanged), this, &inputDataForm::cbActivated);
+        placeInRow(cboxData);
+    }
+    return cboxData;
+}
+
+WholeNumberBox *inputDataForm::numberControl()
+{
+    if (!sbNum) {
+        sbNum = new WholeNumberBox(this);
+        sbNum->setObjectName("sbNum");
+        sbNum->setMinimumWidth(140);
+        sbNum->setMaximumWidth(200);
+        WheelGuard::install(sbNum);
+        connect(sbNum, QOverload<int>::of(&QSpinBox::valueChanged), this, &inputDataForm::activated);
+        buttonFrame = buttonRow(this, "buttonFrame");
+        buttonFrame->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Preferred);
+        connect(rowButton(buttonFrame, "pbMinus", "-", 45, false), &QPushButton::clicked, this,
+                &inputDataForm::intMinus);
+        connect(rowButton(buttonFrame, "pbPlus", "+", 45, false), &QPushButton::clicked, this,
+                &inputDataForm::intPlus);
+        placeInRow(sbNum);
+        placeInRow(buttonFrame);
+    }
+    return sbNum;
+}
+
+void inputDataForm::makeFilterButtons()
+{
+    if (compareFrame)
+        return;
+    buttonFrame2 = buttonRow(this, "buttonFrame2");
+    pbOr = rowButton(buttonFrame2, "pbOr", "Or", 45, true);
+    pbAnd = rowButton(buttonFrame2, "pbAnd", "And", 45, true);
+    compareFrame = buttonRow(this, "compareFrame");
+    pbMajor = rowButton(compareFrame, "pbMajor", ">", 32, true);
+    pbEqual = rowButton(compareFrame, "pbEqual", "=", 32, true);
+    pbMinor = rowButton(compareFrame, "pbMinor", "<", 32, true);
+    pbDiff = rowButton(compareFrame, "pbDiff", "!=", 32, true);
+    pbNoFilter = rowButton(compareFrame, "pbNoFilter", "X", 32, true);
+    connect(pbEqual, &QPushButton::pressed, this, &inputDataForm::activatedByButton);
+    connect(pbMajor, &QPushButton::pressed, this, &inputDataForm::activatedByButton);
+    connect(pbMinor, &QPushButton::pressed, this, &inputDataForm::activatedByButton);
     // "!=" only selects its condition: the flag follows the first edit of the value.
-    connect(ui->pbNoFilter, &QPushButton::pressed, this, &inputDataForm::deactivatedByButton);
-    connect(ui->pbPlus, &QPushButton::clicked, this, &inputDataForm::intPlus);
-    connect(ui->pbMinus, &QPushButton::clicked, this, &inputDataForm::intMinus);
+    connect(pbNoFilter, &QPushButton::pressed, this, &inputDataForm::deactivatedByButton);
+    // The buttons take up the words chosen so far.
+    const QString condition = conditionWord, connector = connectorWord;
+    setCondition(condition);
+    setConnector(connector);
+    placeInRow(buttonFrame2);
+    placeInRow(compareFrame);
 }
 
 inputDataForm::~inputDataForm()
@@ -129,11 +258,11 @@ void inputDataForm::setCheckBox(bool show, bool checked, const QString &caption)
 {
     checkBoxShown = show;
     if (show) {
-        ui->cbData->setChecked(checked);
-        ui->cbData->setText(caption);
-        ui->cbData->show();
-    } else {
-        ui->cbData->hide();
+        checkControl()->setChecked(checked);
+        cbData->setText(caption);
+        cbData->show();
+    } else if (cbData) {
+        cbData->hide();
     }
 }
 
@@ -143,14 +272,14 @@ void inputDataForm::setComboBox(bool show, const QStringList &items)
     if (show) {
         // The combo stretches with its page, so it need not measure every
         // item (a lookup into a large table offers one per record).
-        ui->cboxData->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
-        ui->cboxData->setMinimumContentsLength(20);
-        ui->cboxData->insertItems(0, items);
-        ui->cboxData->show();
+        comboControl()->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+        cboxData->setMinimumContentsLength(20);
+        cboxData->insertItems(0, items);
+        cboxData->show();
         if (typeWord.contains(LookupWord))
             rememberShownState();
-    } else {
-        ui->cboxData->hide();
+    } else if (cboxData) {
+        cboxData->hide();
     }
 }
 
@@ -159,12 +288,12 @@ void inputDataForm::setDateEdit(bool show, const QDate &date)
     dateEditShown = show;
     if (show) {
         if (date.isValid())
-            ui->deData->setDate(date);
+            dateControl()->setDate(date);
         else
-            ui->deData->clearDate();
-        ui->deData->show();
-    } else {
-        ui->deData->hide();
+            dateControl()->clearDate();
+        deData->show();
+    } else if (deData) {
+        deData->hide();
     }
 }
 
@@ -172,12 +301,12 @@ void inputDataForm::setSpinBox(bool show, int value)
 {
     spinBoxShown = show;
     if (show) {
-        ui->sbNum->setValue(value);
-        ui->sbNum->show();
-        ui->buttonFrame->show();
-    } else {
-        ui->sbNum->hide();
-        ui->buttonFrame->hide();
+        numberControl()->setValue(value);
+        sbNum->show();
+        buttonFrame->show();
+    } else if (sbNum) {
+        sbNum->hide();
+        buttonFrame->hide();
     }
 }
 
@@ -204,13 +333,13 @@ bool inputDataForm::focusInput()
     if (lineEditShown && !ui->leData->isReadOnly())
         input = ui->leData;
     else if (checkBoxShown)
-        input = ui->cbData;
+        input = cbData;
     else if (comboBoxShown)
-        input = ui->cboxData;
+        input = cboxData;
     else if (dateEditShown)
-        input = ui->deData;
+        input = deData;
     else if (spinBoxShown)
-        input = ui->sbNum;
+        input = sbNum;
     if (!input)
         return false;
     input->setFocus(Qt::OtherFocusReason);
@@ -257,15 +386,15 @@ void inputDataForm::setValue(const QString &type, const QVariant &stored)
         const QDate date = QDate::fromString(text, "dd/MM/yyyy");
         dateEditShown = true;
         if (date.isValid())
-            ui->deData->setDate(date);
+            dateControl()->setDate(date);
         else if (text.isEmpty())
-            ui->deData->clearDate();
-        ui->deData->show();
+            dateControl()->clearDate();
+        dateControl()->show();
     } else if (type == "INTEGER") {
         hideAll(false);
         setSpinBox(true, stored.toInt());
         if (text.isEmpty())
-            ui->sbNum->clearNumber();
+            sbNum->clearNumber();
     } else if (type == "REAL") {
         hideAll(false);
         setLineEdit(true, text);
@@ -293,7 +422,7 @@ void inputDataForm::setValue(const QString &type, const QVariant &stored)
     } else if (type.contains(LookupWord)) {
         // The owner fills the items next and selects the stored key.
         hideAll(true);
-        ui->cboxData->setCurrentIndex(stored.toInt());
+        comboControl()->setCurrentIndex(stored.toInt());
     } else {
         hideAll(false);
         setLineEdit(true, text);
@@ -306,11 +435,11 @@ QString inputDataForm::shownState() const
 {
     const QString &t = typeWord;
     if (t == "BOOL")
-        return ui->cbData->isChecked() ? "1" : "0";
+        return isChecked() ? "1" : "0";
     if (t == "DATE")
-        return ui->deData->hasInvalidText() ? "?" + ui->deData->text() : ui->deData->dateText();
+        return deData && deData->hasInvalidText() ? "?" + deData->text() : dateText();
     if (t == "INTEGER")
-        return ui->sbNum->text();
+        return sbNum ? sbNum->text() : QString("0");
     if (t == "IMAGE")
         return imageFile;
     if (t == "PDF")
@@ -318,7 +447,7 @@ QString inputDataForm::shownState() const
     if (t == "LINK")
         return linkValue;
     if (t.contains(LookupWord))
-        return QString::number(ui->cboxData->currentIndex());
+        return QString::number(cboxData ? cboxData->currentIndex() : -1);
     return ui->leData->text();
 }
 
@@ -337,11 +466,11 @@ QString inputDataForm::value()
 {
     const QString &t = typeWord;
     if (t == "BOOL")
-        return ui->cbData->isChecked() ? "TRUE" : "FALSE";
+        return isChecked() ? "TRUE" : "FALSE";
     if (t == "DATE")
         return dateText();
     if (t == "INTEGER")
-        return ui->sbNum->isEmpty() ? QString() : QString::asprintf("%d", ui->sbNum->value());
+        return sbNum && sbNum->isEmpty() ? QString() : QString::asprintf("%d", spinValue());
     if (t == "REAL" || t == "MONEY")
         return QString::asprintf("%f", numberValue());
     if (t == "IMAGE")
@@ -357,7 +486,7 @@ QString inputDataForm::value()
         return linkValue;
     // No choice (the "---" item) is no record: an empty value.
     if (t == LookupWord)
-        return ui->cboxData->currentIndex() < 1 ? QString() : ui->cboxData->currentText().section(' ', 0, 0);
+        return !cboxData || cboxData->currentIndex() < 1 ? QString() : cboxData->currentText().section(' ', 0, 0);
     return ui->leData->text().simplified();
 }
 
@@ -375,7 +504,7 @@ double inputDataForm::numberValue()
 
 QString inputDataForm::dateText() const
 {
-    return ui->deData->dateText();
+    return deData ? deData->dateText() : QString();
 }
 
 bool inputDataForm::isEmptyInput() const
@@ -384,9 +513,9 @@ bool inputDataForm::isEmptyInput() const
     if (t == "BOOL")
         return false;
     if (t == "DATE")
-        return ui->deData->isEmpty();
+        return !deData || deData->isEmpty();
     if (t == "INTEGER")
-        return ui->sbNum->isEmpty();
+        return sbNum && sbNum->isEmpty();
     if (t == "IMAGE")
         return imageFile.isEmpty();
     if (t == "PDF")
@@ -394,7 +523,7 @@ bool inputDataForm::isEmptyInput() const
     if (t == "LINK")
         return linkValue.isEmpty();
     if (t.contains(LookupWord))
-        return ui->cboxData->currentIndex() < 1;
+        return !cboxData || cboxData->currentIndex() < 1;
     return ui->leData->text().simplified().isEmpty();
 }
 
@@ -405,9 +534,9 @@ QString inputDataForm::inputProblem() const
     if ((t == "REAL" || t == "MONEY") && !ui->leData->text().trimmed().isEmpty()
         && !readTypedNumber(ui->leData->text(), &number))
         return InvalidNumber;
-    if (t == "DATE" && ui->deData->hasInvalidText())
+    if (t == "DATE" && deData && deData->hasInvalidText())
         return QString::asprintf("ERRORE: La data '%s' non è valida!",
-                                 ui->deData->text().trimmed().toUtf8().constData());
+                                 deData->text().trimmed().toUtf8().constData());
     return QString();
 }
 
@@ -418,40 +547,40 @@ QString inputDataForm::titleText() const
 
 bool inputDataForm::isChecked() const
 {
-    return ui->cbData->isChecked();
+    return cbData && cbData->isChecked();
 }
 
 QString inputDataForm::checkBoxText() const
 {
-    return ui->cbData->text();
+    return cbData ? cbData->text() : QString("CheckBox");
 }
 
 QString inputDataForm::comboText() const
 {
-    return ui->cboxData->currentText();
+    return cboxData ? cboxData->currentText() : QString();
 }
 
 int inputDataForm::spinValue() const
 {
-    return ui->sbNum->number();
+    return sbNum ? sbNum->number() : 0;
 }
 
 void inputDataForm::setComboIndex(int index)
 {
-    ui->cboxData->setCurrentIndex(index);
+    comboControl()->setCurrentIndex(index);
 }
 
 void inputDataForm::setComboText(const QString &text)
 {
-    ui->cboxData->setCurrentText(text);
+    comboControl()->setCurrentText(text);
 }
 
 void inputDataForm::selectLookupItem(const QString &key)
 {
     // Items read "id firstfield"; the last item with that id wins.
-    for (int i = 0; i < ui->cboxData->count(); ++i) {
-        if (ui->cboxData->itemText(i).section(' ', 0, 0) == key)
-            ui->cboxData->setCurrentIndex(i);
+    for (int i = 0; cboxData && i < cboxData->count(); ++i) {
+        if (cboxData->itemText(i).section(' ', 0, 0) == key)
+            cboxData->setCurrentIndex(i);
     }
     if (typeWord.contains(LookupWord))
         rememberShownState();
@@ -460,57 +589,75 @@ void inputDataForm::selectLookupItem(const QString &key)
 QStringList inputDataForm::comboItems() const
 {
     QStringList items;
-    for (int i = 0; i < ui->cboxData->count(); ++i)
-        items << ui->cboxData->itemText(i);
+    for (int i = 0; cboxData && i < cboxData->count(); ++i)
+        items << cboxData->itemText(i);
     return items;
 }
 
 void inputDataForm::setFilterMode(bool on)
 {
-    ui->compareFrame->setVisible(on);
-    ui->buttonFrame2->setVisible(on);
+    if (on)
+        makeFilterButtons();
+    if (compareFrame) {
+        compareFrame->setVisible(on);
+        buttonFrame2->setVisible(on);
+    }
 }
 
 void inputDataForm::setActive()
 {
     active = 0;
-    ui->pbNoFilter->setChecked(true);
+    chooseCondition("NoCondition");
 }
 
 QString inputDataForm::condition() const
 {
-    if (ui->pbEqual->isChecked())
+    if (!compareFrame)
+        return conditionWord;
+    if (pbEqual->isChecked())
         return "Equal";
-    if (ui->pbDiff->isChecked())
+    if (pbDiff->isChecked())
         return "Disequal";
-    if (ui->pbMajor->isChecked())
+    if (pbMajor->isChecked())
         return "Major";
-    if (ui->pbMinor->isChecked())
+    if (pbMinor->isChecked())
         return "Minor";
     return "NoCondition";
 }
 
 void inputDataForm::setCondition(const QString &word)
 {
+    chooseCondition(word);
+}
+
+void inputDataForm::chooseCondition(const QString &word)
+{
+    // One condition is always chosen: any other word chooses none.
+    static const QStringList words = {"Equal", "Disequal", "Major", "Minor"};
+    conditionWord = words.contains(word) ? word : QString("NoCondition");
+    if (!compareFrame)
+        return;
     // The buttons are auto-exclusive: the checked one cannot be unchecked
     // directly, it clears when another one is checked.
-    for (QPushButton *b : {ui->pbEqual, ui->pbMajor, ui->pbMinor, ui->pbNoFilter})
+    for (QPushButton *b : {pbEqual, pbMajor, pbMinor, pbNoFilter})
         b->setChecked(false);
     if (word == "Equal")
-        ui->pbEqual->setChecked(true);
+        pbEqual->setChecked(true);
     else if (word == "Disequal")
-        ui->pbDiff->setChecked(true);
+        pbDiff->setChecked(true);
     else if (word == "Major")
-        ui->pbMajor->setChecked(true);
+        pbMajor->setChecked(true);
     else if (word == "Minor")
-        ui->pbMinor->setChecked(true);
+        pbMinor->setChecked(true);
     else
-        ui->pbNoFilter->setChecked(true);
+        pbNoFilter->setChecked(true);
 }
 
 QString inputDataForm::connector() const
 {
-    if (!ui->pbAnd->isChecked() && ui->pbOr->isChecked())
+    if (!buttonFrame2)
+        return connectorWord;
+    if (!pbAnd->isChecked() && pbOr->isChecked())
         return "Or";
     return "And";
 }
@@ -518,12 +665,16 @@ QString inputDataForm::connector() const
 void inputDataForm::setConnector(const QString &word)
 {
     // Any word but exactly "And" or "Or" leaves the previous choice checked.
-    ui->pbAnd->setChecked(false);
-    ui->pbOr->setChecked(false);
+    if (word == "And" || word == "Or")
+        connectorWord = word;
+    if (!buttonFrame2)
+        return;
+    pbAnd->setChecked(false);
+    pbOr->setChecked(false);
     if (word == "And")
-        ui->pbAnd->setChecked(true);
+        pbAnd->setChecked(true);
     else if (word == "Or")
-        ui->pbOr->setChecked(true);
+        pbOr->setChecked(true);
 }
 
 bool inputDataForm::compareWithFilter(const QString &type, const QVariant &recordValue) const
@@ -540,10 +691,10 @@ FilterCondition inputDataForm::filterCondition() const
     c.comparison = condition();
     c.joiner = connector();
     c.text = ui->leData->text();
-    c.dateText = ui->deData->dateText();
-    c.number = ui->sbNum->number();
-    c.checked = ui->cbData->isChecked();
-    c.lookupKey = ui->cboxData->currentText().section(' ', 0, 0);
+    c.dateText = dateText();
+    c.number = spinValue();
+    c.checked = isChecked();
+    c.lookupKey = comboText().section(' ', 0, 0);
     return c;
 }
 
@@ -574,17 +725,17 @@ void inputDataForm::setNewImage(const QString &fileName)
 void inputDataForm::activated()
 {
     active = 1;
-    ui->pbEqual->setChecked(true);
+    chooseCondition("Equal");
 }
 
 void inputDataForm::cbActivated(int index)
 {
     if (index < 1) {
         active = 0;
-        ui->pbNoFilter->setChecked(true);
+        chooseCondition("NoCondition");
     } else {
         active = 1;
-        ui->pbEqual->setChecked(true);
+        chooseCondition("Equal");
     }
 }
 
@@ -600,10 +751,10 @@ void inputDataForm::deactivatedByButton()
 
 void inputDataForm::intPlus()
 {
-    ui->sbNum->stepUp();
+    numberControl()->stepUp();
 }
 
 void inputDataForm::intMinus()
 {
-    ui->sbNum->stepDown();
+    numberControl()->stepDown();
 }

@@ -12,7 +12,13 @@
 namespace Ui {
 class inputDataForm;
 }
+class DateEdit;
 class ImageBox;
+class QCheckBox;
+class QComboBox;
+class QFrame;
+class QPushButton;
+class WholeNumberBox;
 
 // Edits one field of one record. It shows the one control that suits the
 // column's type word ("STRING", "DATE", ..., "_XDTX_" for a lookup) and gives
@@ -127,8 +133,30 @@ private:
     void connectParts(ImageBox *dialog);
     QString shownState() const;
     void rememberShownState();
+    // The controls only some fields show, made when first needed and put
+    // in their place in the row: most fields show a line edit alone, and a
+    // record page holds one editor per column.
+    QCheckBox *checkControl();
+    DateEdit *dateControl();
+    QComboBox *comboControl();
+    WholeNumberBox *numberControl();
+    void makeFilterButtons();
+    void placeInRow(QWidget *control);
+    void chooseCondition(const QString &word);
 
     Ui::inputDataForm *ui;
+    QCheckBox *cbData = nullptr;
+    DateEdit *deData = nullptr;
+    QComboBox *cboxData = nullptr;
+    WholeNumberBox *sbNum = nullptr;
+    QFrame *buttonFrame = nullptr; // the number's - and + buttons
+    // The filter's And/Or pair and comparison buttons; until they are made,
+    // the words they would show.
+    QFrame *buttonFrame2 = nullptr, *compareFrame = nullptr;
+    QPushButton *pbOr = nullptr, *pbAnd = nullptr, *pbMajor = nullptr, *pbEqual = nullptr, *pbMinor = nullptr,
+                *pbDiff = nullptr, *pbNoFilter = nullptr;
+    QString conditionWord = "NoCondition";
+    QString connectorWord = "And";
     QString columnFullName;
     QString typeWord;
     bool titleShown = false;

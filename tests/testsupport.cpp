@@ -175,7 +175,7 @@ QWidget *Window::input(inputDataForm *editor) const
 {
     for (const char *name : {"leData", "deData", "sbNum", "cboxData", "cbData"}) {
         auto *control = editor->findChild<QWidget *>(name);
-        if (!control->isHidden())
+        if (control && !control->isHidden())
             return control;
     }
     return nullptr;

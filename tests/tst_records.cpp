@@ -372,6 +372,48 @@ private slots:
         QCOMPARE(s.w->currentTable + " " + QString::number(s.w->currentId), QString("Citta 2"));
         QCOMPARE(s.messages.warnings.size(), 1);
     }
+
+    // Stepping to another record of the table shows just what showing it
+    // afresh shows: nothing of the record before stays behind.
+    void steppedViewEqualsAFreshOne()
+    {
+        Window s([](DbConnection &db) {
+            QVERIFY(makeTable(db, "Persone",
+                              {"RSTRINGFORMAT_Nome", "NBOOLFORMAT_Attivo", "NLONGSTRINGFORMAT_UserPath", "NIMAGEFORMAT_Foto",
+                               "NMAILFORMAT_Posta", "XCitta_XDTX_RSTRINGFORMAT_Nome"},
+                              {"Anna|TRUE|TABLES_DOC/Persone_Anna|TABLES_DOC/Persone_Anna/foto.png|a@b.it|1",
+                               "Bruno|FALSE||||7"}));
+            QVERIFY(makeTable(db, "Citta", {"RSTRINGFORMAT_Nome"}, {"Roma"}));
+            QDir().mkpath("TABLES_DOC/Persone_Anna");
+            QImage(50, 80, QImage::Format_RGB32).save("TABLES_DOC/Persone_Anna/foto.png");
+        });
+        auto view = [&s] {
+            QStringList shown;
+            for (outputDataForm *field : s.w->recordViewWidgets()) {
+                shown << QString::number(field->searchRecordId());
+                for (QWidget *part : field->findChildren<QWidget *>()) {
+                    QString state = part->objectName() + (part->isHidden() ? " hidden" : "");
+                    if (auto *edit = qobject_cast<QLineEdit *>(part))
+                        state += " " + edit->text() + " " + edit->toolTip();
+                    if (auto *box = qobject_cast<QCheckBox *>(part))
+                        state += box->isChecked() ? " checked" : "";
+                    if (auto *label = qobject_cast<QLabel *>(part))
+                        state += " " + label->text() + (label->pixmap() && !label->pixmap()->isNull() ? " picture" : "");
+                    shown << state;
+                }
+            }
+            return shown;
+        };
+        s.w->changeTable("Persone");
+        for (int id : {2, 1, 2}) {
+            s.w->vwRecord(id);
+            const QStringList stepped = view();
+            s.w->changeTable("Citta");
+            s.w->changeTable("Persone");
+            s.w->vwRecord(id);
+            QCOMPARE(stepped, view());
+        }
+    }
 };
 
 QTEST_MAIN(TestRecords)
