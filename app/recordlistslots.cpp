@@ -253,6 +253,7 @@ void Tessaro::selectRow(int row)
 
 void Tessaro::changeTable(const QString &table)
 {
+    const DbSchemaHold hold(*db);
     // Another table shows all its rows: a subtable's are one record's only
     // while it is opened from that record.
     if (!openingSubtable && table != db->rowScopeTable()) {
@@ -328,6 +329,7 @@ void Tessaro::userSelectionChange()
 
 void Tessaro::vwRecord(int id)
 {
+    const DbSchemaHold hold(*db);
     currentId = id;
     showRecordView(id);
 
@@ -444,6 +446,7 @@ void Tessaro::goToRequest(const QString &table, int id)
 
 void Tessaro::goToSubTableRequest(const QString &table)
 {
+    const DbSchemaHold hold(*db);
     if (!db->tableExists(table)) {
         MessageHandler::current()->warning(QString::fromUtf8("ERRORE: La sottotabella %1 non esiste!")
                                                .arg(TableName(table).display()));
@@ -483,13 +486,16 @@ void Tessaro::clearRecordView()
 {
     // A field widget may be the sender of the signal that got us here, so it
     // goes once control is back in the event loop.
-    for (outputDataForm *widget : qAsConst(outputWidgets)) {
-        ui->datiLayout->removeWidget(widget);
-        widget->hide();
-        widget->deleteLater();
+    for (QList<outputDataForm *> *widgets : {&outputWidgets, &parkedWidgets}) {
+        for (outputDataForm *widget : qAsConst(*widgets)) {
+            ui->datiLayout->removeWidget(widget);
+            widget->hide();
+            widget->deleteLater();
+        }
+        widgets->clear();
     }
-    outputWidgets.clear();
     recordViewShape.clear();
+    parkedShape.clear();
 }
 
 void Tessaro::showRecordView(int id)
@@ -501,18 +507,37 @@ void Tessaro::showRecordView(int id)
     // with ten.
     const QString shape = dbFolder + '\n' + currentTable + '\n' + columns.join('\n') + (techMode ? "\n1" : "\n0");
     const bool kept = shape == recordViewShape && outputWidgets.size() == columns.size();
+    // The view of the table shown before is kept aside, out of sight, and
+    // comes back as it was: a record and its subtable's rows, a record and
+    // the one a lookup leads to, are gone to and fro.
+    const bool unparked = !kept && shape == parkedShape && parkedWidgets.size() == columns.size();
     if (!kept) {
         // The view goes out of sight while its fields are replaced: the old
         // ones are not repainted away one by one, and the new ones are laid
         // out once, when it is shown again at the end.
         ui->datiContents->setVisible(false);
-        clearRecordView();
+        QList<outputDataForm *> shown = outputWidgets;
+        const QString shownShape = recordViewShape;
+        if (unparked) {
+            outputWidgets = parkedWidgets;
+        } else {
+            for (outputDataForm *widget : qAsConst(parkedWidgets)) {
+                ui->datiLayout->removeWidget(widget);
+                widget->deleteLater();
+            }
+            outputWidgets.clear();
+        }
+        parkedWidgets = shown;
+        parkedShape = shownShape;
+        for (outputDataForm *widget : qAsConst(parkedWidgets))
+            widget->hide();
     }
 
     for (int i = 0; i < columns.size(); ++i) {
         const ColumnName column(columns.at(i));
-        outputDataForm *widget = kept ? outputWidgets.at(i) : new outputDataForm(ui->datiContents);
-        if (!kept) {
+        const bool made = !kept && !unparked;
+        outputDataForm *widget = made ? new outputDataForm(ui->datiContents) : outputWidgets.at(i);
+        if (made) {
             outputWidgets << widget;
             connect(widget, &outputDataForm::goToList, this, &Tessaro::goToRequest);
             connect(widget, &outputDataForm::goToFilter, this, &Tessaro::callFilter);
@@ -554,7 +579,7 @@ void Tessaro::showRecordView(int id)
                                      Subtables::configurationOf(*db, currentTable, column.name()).name);
         }
 
-        if (!kept)
+        if (made)
             widget->setTitle(true, columnTitle(column));
         widget->setData(column.typeTag(), value);
         if (kept)
@@ -562,7 +587,8 @@ void Tessaro::showRecordView(int id)
         if (column.isProgramField() && !techMode) {
             widget->hide();
         } else {
-            ui->datiLayout->addWidget(widget);
+            if (made)
+                ui->datiLayout->addWidget(widget);
             widget->show();
         }
     }

@@ -161,7 +161,9 @@ Tessaro::Tessaro(QWidget *parent, const QString &startFile) : QMainWindow(parent
     // Large blocks (a long list's texts and rows) are mapped on their own:
     // they grow without being copied and go back to the system when freed,
     // rather than staying in the heap after a table is left.
-    static const bool mapped = mallopt(M_MMAP_THRESHOLD, 256 * 1024);
+    // The heap's free top is given back only past 16 MB: a table left for
+    // another is not paid for again, page by page, by the next one.
+    static const bool mapped = mallopt(M_MMAP_THRESHOLD, 256 * 1024) && mallopt(M_TRIM_THRESHOLD, 16 * 1024 * 1024);
     Q_UNUSED(mapped)
 #endif
     listModel = new RecordListModel(this);

@@ -319,6 +319,9 @@ private:
     QString subtableOwnerText;         // the owning record's text, in the title of its rows
     QList<outputDataForm *> outputWidgets;
     QString recordViewShape; // what outputWidgets were made for
+    // The view of the table shown before, out of sight, and what it was made for.
+    QList<outputDataForm *> parkedWidgets;
+    QString parkedShape;
     // Calculator rows, in the table's column order
     QList<calcForm *> calcRows;
 

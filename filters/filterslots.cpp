@@ -2,6 +2,7 @@
 // records that link to a record, and filters saved by name.
 #include "app/tessaro.h"
 #include "ui_tessaro.h"
+#include "app/resources.h"
 
 #include "dialogs/choosenameform.h"
 #include "dialogs/listbuttonform.h"
@@ -145,7 +146,7 @@ bool Tessaro::filterPageChanged()
 void Tessaro::setFilterLamp(bool on)
 {
     filterLamp = on;
-    ui->pbFilter->setIcon(QIcon(on ? ":/ledOnIcon" : ":/ledOffIcon"));
+    ui->pbFilter->setIcon(tessaroIcon(on ? ":/ledOnIcon" : ":/ledOffIcon"));
 }
 
 void Tessaro::resetFilters()

@@ -211,6 +211,9 @@ void DbConnection::setReadOnly(bool on)
 // change of any table, by this program or another, starts them afresh.
 void DbConnection::checkSchema()
 {
+    if (schemaHolds > 0 && schemaCheckedInHold && schemaVersion >= 0)
+        return;
+    schemaCheckedInHold = schemaHolds > 0;
     QSqlQuery q(db);
     const qint64 version = q.exec("PRAGMA schema_version") && q.next() ? q.value(0).toLongLong() : -1;
     if (version == schemaVersion && version >= 0)
@@ -348,6 +351,7 @@ QString DbConnection::dropRefusal(const QString &table)
 
 bool DbConnection::beginTransaction()
 {
+    schemaCheckedInHold = false;
     QSqlQuery q(db);
     if (!q.exec(QString::asprintf("SAVEPOINT tessaro_%d", transactionDepth + 1)))
         return false;
@@ -380,6 +384,7 @@ bool DbConnection::rollbackTransaction()
 {
     if (transactionDepth == 0)
         return false;
+    schemaCheckedInHold = false;
     // A failure that SQLite answered by rolling back the whole transaction
     // itself (a full disk, a trigger's ROLLBACK) has left no savepoint: then
     // there is nothing more to undo.
@@ -970,6 +975,7 @@ bool DbConnection::execWrite(const QString &statement, const QVariantList &value
 {
     QSqlQuery q(db);
     busy = false;
+    schemaCheckedInHold = false;
     if (run(q, statement, values)) {
         noteChange();
         return true;

@@ -257,6 +257,10 @@ private:
     bool sessionReadOnly = false;
     int transactionDepth = 0;
     qint64 schemaVersion = -1;
+    // Within a schema hold the schema is asked for once, and again after a write.
+    int schemaHolds = 0;
+    bool schemaCheckedInHold = false;
+    friend class DbSchemaHold;
     QStringList tableList;
     bool tableListKnown = false;
     QHash<QString, TableShape> shapes;
@@ -289,6 +293,26 @@ private:
 
 // A transaction taken back unless it was committed: what a scope writes is
 // written whole or not at all.
+// One step of the window (a table opened, a record shown) reads the
+// table's shape from the database many times: within a hold, whether
+// another program changed the schema is asked once, and again after any
+// write of ours. A change made meanwhile is seen at the next step.
+class DbSchemaHold
+{
+public:
+    explicit DbSchemaHold(DbConnection &db) : db(db)
+    {
+        if (db.schemaHolds++ == 0)
+            db.schemaCheckedInHold = false;
+    }
+    ~DbSchemaHold() { --db.schemaHolds; }
+    DbSchemaHold(const DbSchemaHold &) = delete;
+    DbSchemaHold &operator=(const DbSchemaHold &) = delete;
+
+private:
+    DbConnection &db;
+};
+
 class DbTransaction
 {
 public:

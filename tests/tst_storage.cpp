@@ -195,6 +195,22 @@ private slots:
         QVERIFY(messages->warnings.at(2).startsWith(
             "ERRORE: Impossibile aggiungere il campo NSTRINGFORMAT_a alla tabella Missing!\n"));
         QVERIFY(db->getFieldNames("T").size() == 8 && !db->tableExists("L"));
+
+        // Within one step of the window the schema is asked for once: what
+        // the program adds is seen at once, another program's change at the
+        // next step.
+        {
+            const DbSchemaHold hold(*db);
+            QVERIFY(db->getFieldNames("T").size() == 8 && db->addColumn("T", "NSTRINGFORMAT_c", "text"));
+            QCOMPARE(db->getFieldNames("T").size(), 9);
+        }
+        {
+            QSqlDatabase other = QSqlDatabase::addDatabase("QSQLITE", "other");
+            other.setDatabaseName(folder->file("test.db"));
+            QVERIFY(other.open() && QSqlQuery(other).exec("ALTER TABLE T ADD COLUMN NSTRINGFORMAT_d text"));
+        }
+        QSqlDatabase::removeDatabase("other");
+        QCOMPARE(db->getFieldNames("T").size(), 10);
     }
 
     void reads()
