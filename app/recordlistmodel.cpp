@@ -49,7 +49,7 @@ void RecordListModel::clear()
     beginResetModel();
     buffer = QString();
     entries = QVector<Entry>();
-    cells = QVector<int>();
+    cells = QVector<quint64>();
     rowEntry = QVector<int>();
     rowId = QVector<int>();
     order = QVector<int>();
@@ -74,25 +74,30 @@ int RecordListModel::findEntry(QStringView text, uint hash) const
     if (cells.isEmpty())
         return -1;
     const int mask = cells.size() - 1;
+    const quint64 *cell = cells.constData();
     for (int at = int(hash) & mask;; at = (at + 1) & mask) {
-        const int slot = cells.at(at);
+        const quint64 slot = cell[at];
         if (slot == 0)
             return -1;
-        const Entry &e = entries.at(slot - 1);
-        if (e.hash == hash && entryText(slot - 1) == text)
-            return slot - 1;
+        const int entry = int(quint32(slot)) - 1;
+        if (quint32(slot >> 32) == hash && entryText(entry) == text)
+            return entry;
     }
 }
 
 void RecordListModel::rehash(int capacity)
 {
-    cells = QVector<int>(capacity, 0);
+    const QVector<quint64> old = cells;
+    cells = QVector<quint64>(capacity, 0);
     const int mask = capacity - 1;
-    for (int i = 0; i < entries.size(); ++i) {
-        int at = int(entries.at(i).hash) & mask;
-        while (cells.at(at) != 0)
+    quint64 *cell = cells.data();
+    for (const quint64 slot : old) {
+        if (slot == 0)
+            continue;
+        int at = int(quint32(slot >> 32)) & mask;
+        while (cell[at] != 0)
             at = (at + 1) & mask;
-        cells[at] = i + 1;
+        cell[at] = slot;
     }
 }
 
@@ -103,14 +108,14 @@ int RecordListModel::addEntry(QStringView text, uint hash)
     Entry e;
     e.offset = buffer.size();
     e.length = int(text.size());
-    e.hash = hash;
     buffer.append(text.data(), int(text.size()));
     entries.append(e);
     const int mask = cells.size() - 1;
+    quint64 *cell = cells.data();
     int at = int(hash) & mask;
-    while (cells.at(at) != 0)
+    while (cell[at] != 0)
         at = (at + 1) & mask;
-    cells[at] = entries.size();
+    cell[at] = (quint64(hash) << 32) | quint32(entries.size());
     return entries.size() - 1;
 }
 
@@ -128,9 +133,17 @@ void RecordListModel::append(const Batch &batch)
         rowEntry.reserve(room);
         rowId.reserve(room);
     }
+    // The texts' hashes first, so that the table's cell of a row a few
+    // ahead is on its way from memory while this row is looked up.
+    constexpr int Ahead = 8;
+    QVector<uint> hashes(batch.size());
+    for (int i = 0; i < batch.size(); ++i)
+        hashes[i] = qHash(batch.text(i));
     for (int i = 0; i < batch.size(); ++i) {
+        if (i + Ahead < batch.size() && !cells.isEmpty())
+            __builtin_prefetch(cells.constData() + (int(hashes.at(i + Ahead)) & (cells.size() - 1)));
         const QStringView text = batch.text(i);
-        const uint hash = qHash(text);
+        const uint hash = hashes.at(i);
         int entry = findEntry(text, hash);
         if (entry < 0) {
             entry = addEntry(text, hash);

@@ -47,6 +47,25 @@ public:
             ends.append(texts.size());
             entered.append(enter);
         }
+        // A text given as UTF-8, in its shown form already.
+        void addUtf8(int id, const char *utf8, int bytes, bool enter)
+        {
+            ids.append(id);
+            int i = 0;
+            while (i < bytes && uchar(utf8[i]) < 0x80)
+                ++i;
+            if (i == bytes) {
+                const int at = texts.size();
+                texts.resize(at + bytes);
+                QChar *to = texts.data() + at;
+                for (int k = 0; k < bytes; ++k)
+                    to[k] = QLatin1Char(utf8[k]);
+            } else {
+                texts += QString::fromUtf8(utf8, bytes);
+            }
+            ends.append(texts.size());
+            entered.append(enter);
+        }
         QStringView text(int i) const
         {
             const int start = i == 0 ? 0 : ends.at(i - 1);
@@ -96,14 +115,13 @@ public:
 
 private:
 public:
-    // One distinct text: 20 bytes, moved as bytes when the table grows.
+    // One distinct text: 16 bytes, moved as bytes when the table grows.
     struct Entry {
         int offset = 0;  // in the text buffer
         int length : 31;
         uint entered : 1;
         int firstRow = -1; // rows in arrival order
         int lastRow = -1;
-        uint hash = 0;
         Entry() : length(0), entered(0) {}
     };
 
@@ -119,7 +137,9 @@ private:
 
     QString buffer;             // every distinct text, one after the other
     QVector<Entry> entries;
-    QVector<int> cells;         // open addressing: entry + 1, 0 free
+    // Open addressing: the text's hash above, entry + 1 below; 0 free. A
+    // probe compares hashes without reading the entry.
+    QVector<quint64> cells;
     QVector<int> rowEntry;      // arrival row -> entry
     QVector<int> rowId;         // arrival row -> record id
     QVector<int> order;         // display row -> arrival row, when sorted

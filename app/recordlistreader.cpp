@@ -5,8 +5,80 @@
 
 #include <QHash>
 
+namespace {
+
+// Where a text read as UTF-8 ends as a list shows it: at its first line end.
+int shownEnd(const char *utf8, int bytes)
+{
+    for (int i = 0; i < bytes; ++i) {
+        if (utf8[i] == '\n' || utf8[i] == '\r')
+            return i;
+    }
+    return bytes;
+}
+
+// The shown form of a value read as it is stored, as UTF-8.
+QByteArray shownUtf8(const DbConnection::RawValue &value)
+{
+    if (!value.utf8)
+        return RecordListModel::shownText(value.other.toString()).toUtf8();
+    const int end = shownEnd(value.utf8, value.bytes);
+    if (end <= RecordListModel::ShownLength) // no more characters than bytes
+        return QByteArray(value.utf8, end);
+    return RecordListModel::shownText(QString::fromUtf8(value.utf8, end)).toUtf8();
+}
+
+// A looked-up record's id as the program reads it from a stored value.
+int lookupId(const DbConnection::RawValue &value)
+{
+    if (value.utf8 && value.bytes > 0 && value.bytes < 10) {
+        int id = 0;
+        for (int i = 0; i < value.bytes; ++i) {
+            const char c = value.utf8[i];
+            if (c < '0' || c > '9')
+                return value.toVariant().toInt();
+            id = id * 10 + (c - '0');
+        }
+        return id;
+    }
+    return value.toVariant().toInt();
+}
+
+} // namespace
+
 RecordListReader::RecordListReader(DbConnection &db, const RecordListRequest &request) : db(db), request(request)
 {
+}
+
+bool RecordListReader::scanRows(int offset, RecordListModel::Batch &batch,
+                                const std::function<bool(RecordListModel::Batch &)> &deliver,
+                                const std::atomic<bool> *stop, int batchRows, const LookedUpText &lookedUp)
+{
+    const bool lookup = bool(lookedUp);
+    return db.scanList(request.table, offset, -1, [&](int id, const DbConnection::RawValue &value) {
+        if (stop && stop->load(std::memory_order_relaxed))
+            return false;
+        if (lookup) {
+            const char *text = nullptr;
+            int bytes = 0;
+            lookedUp(lookupId(value), &text, &bytes);
+            batch.addUtf8(id, text, bytes, true);
+        } else if (!value.utf8) {
+            const QString text = RecordListModel::shownText(value.other.toString());
+            batch.add(id, text, !text.isEmpty());
+        } else {
+            const int end = shownEnd(value.utf8, value.bytes);
+            if (end <= RecordListModel::ShownLength)
+                batch.addUtf8(id, value.utf8, end, end > 0);
+            else
+                batch.add(id, RecordListModel::shownText(QString::fromUtf8(value.utf8, end)), true);
+        }
+        if (batch.size() < batchRows)
+            return true;
+        const bool more = deliver(batch);
+        batch = RecordListModel::Batch();
+        return more;
+    });
 }
 
 bool RecordListReader::readRows(int offset, int limit, RecordListModel::Batch &batch,
@@ -43,6 +115,9 @@ bool RecordListReader::read(const std::function<bool(RecordListModel::Batch &)> 
     if (names.isEmpty())
         return false;
     const ColumnName listColumn(names.value(db.firstDataColumn(request.table)));
+    // With no filter the rows are read as SQLite gives them, with no
+    // variant made on the way.
+    const bool plain = RecordFilter(request.conditions, names).isEmpty();
     RecordListModel::Batch batch;
     // What was read before damage cut a read short is listed all the same.
     const auto rest = [&](bool whole) {
@@ -52,7 +127,8 @@ bool RecordListReader::read(const std::function<bool(RecordListModel::Batch &)> 
         return whole && !stopped;
     };
     if (!listColumn.isLookup())
-        return rest(readRows(0, -1, batch, deliver, stop, batchRows, {}));
+        return rest(plain ? scanRows(0, batch, deliver, stop, batchRows, {})
+                          : readRows(0, -1, batch, deliver, stop, batchRows, {}));
 
     // A lookup shows the looked-up record's value. The first rows look theirs
     // up one by one, to be shown at once; then the looked-up table is read
@@ -79,27 +155,42 @@ bool RecordListReader::read(const std::function<bool(RecordListModel::Batch &)> 
     QVector<int> start(dense ? maxId + 1 : 0, -1);
     QVector<quint16> length(dense ? maxId + 1 : 0, 0);
     QHash<int, QPair<int, int>> spans;
-    db.readValuesById(
-        other, column,
-        [&](int id, const QVariant &value) {
-            const bool inRange = dense && id > 0 && id <= maxId;
-            if (inRange ? start.at(id) >= 0 : spans.contains(id))
-                return; // the first row of an id is the one a lookup by id finds
-            const QByteArray text = RecordListModel::shownText(value.toString()).toUtf8();
-            if (inRange) {
-                start[id] = texts.size();
-                length[id] = quint16(text.size());
-            } else {
-                spans.insert(id, qMakePair(texts.size(), text.size()));
-            }
-            texts += text;
-        },
-        true);
+    db.scanValuesById(other, column, [&](int id, const DbConnection::RawValue &value) {
+        const bool inRange = dense && id > 0 && id <= maxId;
+        if (inRange ? start.at(id) >= 0 : spans.contains(id))
+            return; // the first row of an id is the one a lookup by id finds
+        const QByteArray text = shownUtf8(value);
+        if (inRange) {
+            start[id] = texts.size();
+            length[id] = quint16(text.size());
+        } else {
+            spans.insert(id, qMakePair(texts.size(), text.size()));
+        }
+        texts += text;
+    });
     const auto all = [&](int id) {
         if (dense && id > 0 && id <= maxId)
             return start.at(id) < 0 ? QString() : QString::fromUtf8(texts.constData() + start.at(id), length.at(id));
         const auto span = spans.constFind(id);
         return span == spans.constEnd() ? QString() : QString::fromUtf8(texts.constData() + span->first, span->second);
     };
-    return rest(readRows(firstRows, -1, batch, deliver, stop, batchRows, all));
+    if (!plain)
+        return rest(readRows(firstRows, -1, batch, deliver, stop, batchRows, all));
+    const LookedUpText span = [&](int id, const char **text, int *bytes) {
+        *text = "";
+        *bytes = 0;
+        if (dense && id > 0 && id <= maxId) {
+            if (start.at(id) >= 0) {
+                *text = texts.constData() + start.at(id);
+                *bytes = length.at(id);
+            }
+            return;
+        }
+        const auto found = spans.constFind(id);
+        if (found != spans.constEnd()) {
+            *text = texts.constData() + found->first;
+            *bytes = found->second;
+        }
+    };
+    return rest(scanRows(firstRows, batch, deliver, stop, batchRows, span));
 }

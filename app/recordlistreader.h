@@ -36,6 +36,10 @@ public:
               int firstRows = 200, int batchRows = 20000);
 
 private:
+    // The looked-up record's text by its id, as UTF-8 in its shown form.
+    using LookedUpText = std::function<void(int, const char **, int *)>;
+    bool scanRows(int offset, RecordListModel::Batch &batch, const std::function<bool(RecordListModel::Batch &)> &deliver,
+                  const std::atomic<bool> *stop, int batchRows, const LookedUpText &lookedUp);
     bool readRows(int offset, int limit, RecordListModel::Batch &batch,
                   const std::function<bool(RecordListModel::Batch &)> &deliver, const std::atomic<bool> *stop,
                   int batchRows, const std::function<QString(int)> &lookedUp);

@@ -129,6 +129,7 @@ void Tessaro::loadList(const QString &table)
         listModel->reserve(count);
         loadProgress->setRange(0, count);
         loadProgress->setValue(0);
+        loadShown.invalidate();
         loadProgress->show();
         loader->start();
         loader->waitForFirstRows(250);
@@ -177,8 +178,12 @@ void Tessaro::takeLoadedRows()
         listModel->append(batch);
     if (listModel->size() == before)
         return;
-    showListCount(false);
-    loadProgress->setValue(qMin(loadTotal, listModel->size()));
+    // The count and the bar are painted a few times a second, not at every batch.
+    if (!loadShown.isValid() || loadShown.elapsed() >= 200) {
+        loadShown.start();
+        showListCount(false);
+        loadProgress->setValue(qMin(loadTotal, listModel->size()));
+    }
     // A search typed early finds the hits that come later.
     if (searchText.size() >= 3)
         extendSearch(listModel->isSorted() ? 0 : before);

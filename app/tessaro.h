@@ -318,6 +318,7 @@ private:
     bool openingSubtable = false;      // goToSubTableRequest is making the subtable current
     QString subtableOwnerText;         // the owning record's text, in the title of its rows
     QList<outputDataForm *> outputWidgets;
+    QElapsedTimer loadShown; // when the load's progress was last painted
     QString recordViewShape; // what outputWidgets were made for
     // The view of the table shown before, out of sight, and what it was made for.
     QList<outputDataForm *> parkedWidgets;

@@ -5,6 +5,7 @@
 #include "storage/pagecopy.h"
 
 #include <QAtomicInt>
+#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 #include <QSet>
@@ -765,6 +766,131 @@ bool DbConnection::readList(const QString &table, const QStringList &tested, int
     }
     noteDamage(q, table);
     return !isDamage(q.lastError());
+}
+
+namespace {
+DbConnection::RawValue rawValue(sqlite3_stmt *row, int column)
+{
+    DbConnection::RawValue value;
+    switch (sqlite3_column_type(row, column)) {
+    case SQLITE_TEXT:
+        value.utf8 = reinterpret_cast<const char *>(sqlite3_column_text(row, column));
+        value.bytes = sqlite3_column_bytes(row, column);
+        if (!value.utf8)
+            value.utf8 = "";
+        break;
+    case SQLITE_INTEGER:
+        value.other = QVariant(qlonglong(sqlite3_column_int64(row, column)));
+        break;
+    case SQLITE_FLOAT:
+        value.other = QVariant(sqlite3_column_double(row, column));
+        break;
+    case SQLITE_BLOB:
+        value.other = QVariant(QByteArray(static_cast<const char *>(sqlite3_column_blob(row, column)),
+                                          sqlite3_column_bytes(row, column)));
+        break;
+    default:
+        value.other = QVariant(QVariant::String);
+    }
+    return value;
+}
+
+// An id as the program's reads take it: a whole number, or a text read as one.
+int idValue(sqlite3_stmt *row, int column)
+{
+    if (sqlite3_column_type(row, column) == SQLITE_INTEGER)
+        return QVariant(qlonglong(sqlite3_column_int64(row, column))).toInt();
+    return rawValue(row, column).toVariant().toInt();
+}
+} // namespace
+
+bool DbConnection::scanRows(const QString &statement, const QVariantList &values, const QString &table,
+                            const std::function<bool(sqlite3_stmt *)> &row)
+{
+    sqlite3 *connection = handle();
+    sqlite3_stmt *query = nullptr;
+    const QByteArray sql = statement.toUtf8();
+    if (!connection || sqlite3_prepare_v2(connection, sql.constData(), sql.size(), &query, nullptr) != SQLITE_OK) {
+        sqlite3_finalize(query);
+        return false;
+    }
+    for (int i = 0; i < values.size(); ++i) {
+        const QVariant &value = values.at(i);
+        if (value.isNull())
+            sqlite3_bind_null(query, i + 1);
+        else if (value.type() == QVariant::Int || value.type() == QVariant::LongLong)
+            sqlite3_bind_int64(query, i + 1, value.toLongLong());
+        else {
+            const QByteArray text = value.toString().toUtf8();
+            sqlite3_bind_text(query, i + 1, text.constData(), text.size(), SQLITE_TRANSIENT);
+        }
+    }
+    int step;
+    while ((step = sqlite3_step(query)) == SQLITE_ROW) {
+        if (!row(query)) {
+            sqlite3_finalize(query);
+            return false;
+        }
+    }
+    const int code = step & 0xff;
+    // Told as the program's other reads tell it.
+    if ((code == SQLITE_IOERR || code == SQLITE_CORRUPT || code == SQLITE_NOTADB) && !damagedTables.contains(table)) {
+        damagedTables.insert(table);
+        fail(QString::asprintf("ERRORE: La Tabella %s è danneggiata: non tutti i Record si possono leggere!\n%s %s",
+                               u8(table).constData(), sqlite3_errmsg(connection),
+                               u8(QCoreApplication::translate("QSQLiteResult", "Unable to fetch row")).constData()));
+    }
+    sqlite3_finalize(query);
+    return step == SQLITE_DONE;
+}
+
+bool DbConnection::scanList(const QString &table, int offset, int limit,
+                            const std::function<bool(int, const RawValue &)> &row)
+{
+    const QStringList names = getFieldNames(table);
+    if (names.isEmpty())
+        return false;
+    const int first = firstDataColumn(table);
+    const QStringList expressions = {isBrowsedByRowId(table) ? QString("rowid") : sqlName(names.first()),
+                                     names.size() > first ? shownPart(names.at(first)) : QString("NULL")};
+    QVariantList values = scopeValues(table);
+    QString statement = scanSelect(table, expressions);
+    if (limit >= 0 || offset > 0) {
+        statement += " LIMIT ? OFFSET ?";
+        values << limit << offset;
+    }
+    return scanRows(statement, values, table,
+                    [&row](sqlite3_stmt *read) { return row(idValue(read, 0), rawValue(read, 1)); });
+}
+
+void DbConnection::scanValuesById(const QString &table, const QString &column,
+                                  const std::function<void(int, const RawValue &)> &value)
+{
+    const QStringList names = getFieldNames(table);
+    // As readValuesById: the id column and the first column must agree.
+    auto indexOf = [&names](const QString &name) {
+        for (int i = 0; i < names.size(); ++i) {
+            if (names.at(i).compare(name, Qt::CaseInsensitive) == 0)
+                return i;
+        }
+        return -1;
+    };
+    const int idIndex = indexOf(IdColumn);
+    if (idIndex < 0)
+        return;
+    const int valueIndex = indexOf(column);
+    QStringList expressions = {sqlName(names.at(0))};
+    if (idIndex != 0)
+        expressions << sqlName(names.at(idIndex));
+    expressions << (valueIndex >= 0 ? shownPart(names.at(valueIndex)) : QString("NULL"));
+    const int valueAt = expressions.size() - 1;
+    scanRows(scanSelect(table, expressions), scopeValues(table), table, [&](sqlite3_stmt *read) {
+        const int id = idValue(read, 0);
+        if (id == 0 || (idIndex != 0 && idValue(read, 1) != id))
+            return true;
+        value(id, valueIndex >= 0 ? rawValue(read, valueAt) : RawValue());
+        return true;
+    });
 }
 
 bool DbConnection::readRowsById(const QString &table, const QStringList &columns, const QVector<int> &ids,

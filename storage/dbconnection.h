@@ -172,6 +172,21 @@ public:
     static constexpr int ShownCharacters = 1200;
     bool readList(const QString &table, const QStringList &tested, int offset, int limit,
                   const std::function<bool(int, const QVariant &, const QVector<QVariant> &)> &row);
+    // A value as SQLite's own interface reads it: a text as its UTF-8 bytes
+    // (valid until the next row), any other value as the variant the
+    // program's reads give.
+    struct RawValue {
+        const char *utf8 = nullptr; // null when the value is no text
+        int bytes = 0;
+        QVariant other;
+        QVariant toVariant() const { return utf8 ? QVariant(QString::fromUtf8(utf8, bytes)) : other; }
+    };
+    // readList with no tested columns, and readValuesById of the shown parts,
+    // their values as read: a long list is read without making a variant
+    // and a string for every row on the way.
+    bool scanList(const QString &table, int offset, int limit, const std::function<bool(int, const RawValue &)> &row);
+    void scanValuesById(const QString &table, const QString &column,
+                        const std::function<void(int, const RawValue &)> &value);
     // The rows of the given ids, each found by its key: visit(id, values of
     // columns), once per id found (the first row of an id); a text value is
     // read only as far as a list shows it. For the grid, a screenful at a time,
@@ -237,6 +252,11 @@ private:
     QString scanSelect(const QString &table, const QStringList &expressions);
     static QString shownPart(const QString &column);
     QVariantList scopeValues(const QString &table) const;
+    // Runs a reading statement through SQLite's own interface, each row
+    // handed to row until it answers false; false when it cannot be read
+    // whole (damage is told as for any read).
+    bool scanRows(const QString &statement, const QVariantList &values, const QString &table,
+                  const std::function<bool(sqlite3_stmt *)> &row);
     // Prepares the statement, binds the values in order and runs it.
     static bool run(QSqlQuery &q, const QString &statement, const QVariantList &values = QVariantList());
     bool execWrite(const QString &statement, const QVariantList &values, QString *error);
