@@ -152,25 +152,33 @@ bool RecordListReader::read(const std::function<bool(RecordListModel::Batch &)> 
     QByteArray texts;
     const int maxId = db.getMaxId(other);
     const bool dense = maxId < 4 * db.countRecords(other) + 1024;
-    QVector<int> start(dense ? maxId + 1 : 0, -1);
-    QVector<quint16> length(dense ? maxId + 1 : 0, 0);
+    // By id: where its text starts in texts and how long it is (start -1: none).
+    struct Span {
+        int start;
+        int length;
+    };
+    QVector<Span> byId(dense ? maxId + 1 : 0, Span{-1, 0});
+    Span *spanOfId = byId.data();
     QHash<int, QPair<int, int>> spans;
     db.scanValuesById(other, column, [&](int id, const DbConnection::RawValue &value) {
         const bool inRange = dense && id > 0 && id <= maxId;
-        if (inRange ? start.at(id) >= 0 : spans.contains(id))
+        if (inRange ? spanOfId[id].start >= 0 : spans.contains(id))
             return; // the first row of an id is the one a lookup by id finds
-        const QByteArray text = shownUtf8(value);
-        if (inRange) {
-            start[id] = texts.size();
-            length[id] = quint16(text.size());
-        } else {
-            spans.insert(id, qMakePair(texts.size(), text.size()));
-        }
-        texts += text;
+        const int at = texts.size();
+        const int end = value.utf8 ? shownEnd(value.utf8, value.bytes) : 0;
+        if (value.utf8 && end <= RecordListModel::ShownLength)
+            texts.append(value.utf8, end);
+        else
+            texts += shownUtf8(value);
+        if (inRange)
+            spanOfId[id] = Span{at, texts.size() - at};
+        else
+            spans.insert(id, qMakePair(at, texts.size() - at));
     });
     const auto all = [&](int id) {
         if (dense && id > 0 && id <= maxId)
-            return start.at(id) < 0 ? QString() : QString::fromUtf8(texts.constData() + start.at(id), length.at(id));
+            return spanOfId[id].start < 0 ? QString()
+                                          : QString::fromUtf8(texts.constData() + spanOfId[id].start, spanOfId[id].length);
         const auto span = spans.constFind(id);
         return span == spans.constEnd() ? QString() : QString::fromUtf8(texts.constData() + span->first, span->second);
     };
@@ -180,9 +188,9 @@ bool RecordListReader::read(const std::function<bool(RecordListModel::Batch &)> 
         *text = "";
         *bytes = 0;
         if (dense && id > 0 && id <= maxId) {
-            if (start.at(id) >= 0) {
-                *text = texts.constData() + start.at(id);
-                *bytes = length.at(id);
+            if (spanOfId[id].start >= 0) {
+                *text = texts.constData() + spanOfId[id].start;
+                *bytes = spanOfId[id].length;
             }
             return;
         }
