@@ -113,7 +113,7 @@ void Tessaro::loadList(const QString &table)
     ++listLoads;
 
     progress->setWindowTitle("Elaborazione");
-    const int count = db->countRecords(table);
+    int count = db->countRecordsUpTo(table, LoadedAtOnce + 1);
     if (constructing && !parentWidget() && !isVisible()) {
         // At start-up the window comes first, with the load's progress over it.
         show();
@@ -122,6 +122,9 @@ void Tessaro::loadList(const QString &table)
     // A large table: its first records at once, the others from a worker,
     // with the progress in the status bar.
     if (count > LoadedAtOnce && !db->filePath().isEmpty()) {
+        // Measured against the highest row id (one row's read), or the whole
+        // count of one record's rows (read by their owner's index).
+        count = table == db->rowScopeTable() ? db->countRecords(table) : qMax(count, db->highestRowId(table));
         loader = new RecordListLoader(db->filePath(), request, this);
         connect(loader, &RecordListLoader::rowsRead, this, &Tessaro::takeLoadedRows);
         connect(loader, &RecordListLoader::finishedReading, this, &Tessaro::finishLoading);

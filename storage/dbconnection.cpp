@@ -589,6 +589,30 @@ QVariant DbConnection::getFieldValue(const QString &table, const QSqlRecord &rec
     return record.value(column);
 }
 
+int DbConnection::countRecordsUpTo(const QString &table, int limit)
+{
+    QSqlQuery q(db);
+    QVariantList values = scopeValues(table);
+    values << limit;
+    if (!run(q,
+             QString::asprintf("SELECT count(*) FROM (SELECT 1 FROM %s", u8(sqlName(table)).constData())
+                 + scopeClause(table) + " LIMIT ?)",
+             values)
+        || !q.next()) {
+        noteDamage(q, table);
+        return 0;
+    }
+    return q.value(0).toInt();
+}
+
+int DbConnection::highestRowId(const QString &table)
+{
+    QSqlQuery q(db);
+    if (!q.exec(QString::asprintf("SELECT max(rowid) FROM %s", u8(sqlName(table)).constData())) || !q.next())
+        return 0;
+    return qMax(0, q.value(0).toInt());
+}
+
 int DbConnection::getMaxId(const QString &table)
 {
     QSqlQuery q(db);

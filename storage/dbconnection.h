@@ -131,6 +131,11 @@ public:
 
     // Reading
     int countRecords(const QString &table);
+    // The records counted no further than limit: a long table is not read
+    // whole to learn that it is long. The highest row id is what a long
+    // table's reading is measured against.
+    int countRecordsUpTo(const QString &table, int limit);
+    int highestRowId(const QString &table);
     QStringList getFieldNames(const QString &table);
     QSqlRecord getRecordAt(const QString &table, int position);
     QSqlRecord getRecordById(const QString &table, int id);
