@@ -4,6 +4,7 @@
 #include "app/stopsignalhandler.h"
 #include "app/tessaro.h"
 #include "exchange/printedpages.h"
+#include "storage/dbconnection.h"
 
 #include <QApplication>
 #include <QIcon>
@@ -13,6 +14,7 @@
 
 int main(int argc, char *argv[])
 {
+    DbConnection::configureSqlite();
     QStringList arguments;
     for (int i = 1; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);

@@ -5,6 +5,7 @@
 //   tessaro-bench --records N      size N only
 //   tessaro-bench --only a,b       only the operations named (first, open, ...)
 //   tessaro-bench --launch-child   (internal) one timed start-up, for the launch line
+#include "storage/dbconnection.h"
 #include "benchoperations.h"
 
 #include "app/tessaro.h"
@@ -46,6 +47,7 @@ const Operation Operations[] = {
 
 int main(int argc, char **argv)
 {
+    DbConnection::configureSqlite(); // as the program does
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     if (isLaunchChild(argc, argv))

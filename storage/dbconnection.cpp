@@ -1365,6 +1365,14 @@ void DbConnection::noteChange()
         ++changes;
 }
 
+void DbConnection::configureSqlite()
+{
+    // SQLite keeps no count of the memory it takes: with a count, every
+    // allocation of every thread would take one lock, and a long list's
+    // reading makes millions of them.
+    sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+}
+
 sqlite3 *DbConnection::handle() const
 {
     const QVariant value = db.isOpen() ? db.driver()->handle() : QVariant();

@@ -29,6 +29,9 @@ using ColumnDefinition = QPair<QString, QString>;
 class DbConnection
 {
 public:
+    // Settles how SQLite works for the whole program; called first thing,
+    // before any database is opened.
+    static void configureSqlite();
     DbConnection();
     ~DbConnection();
     DbConnection(const DbConnection &) = delete;
