@@ -793,6 +793,16 @@ bool DbConnection::readList(const QString &table, const QStringList &tested, int
 }
 
 namespace {
+// Column names match as SQLite matches them, ignoring case.
+int indexIgnoringCase(const QStringList &names, const QString &name)
+{
+    for (int i = 0; i < names.size(); ++i) {
+        if (names.at(i).compare(name, Qt::CaseInsensitive) == 0)
+            return i;
+    }
+    return -1;
+}
+
 DbConnection::RawValue rawValue(sqlite3_stmt *row, int column)
 {
     DbConnection::RawValue value;
@@ -892,13 +902,7 @@ void DbConnection::scanValuesById(const QString &table, const QString &column,
 {
     const QStringList names = getFieldNames(table);
     // As readValuesById: the id column and the first column must agree.
-    auto indexOf = [&names](const QString &name) {
-        for (int i = 0; i < names.size(); ++i) {
-            if (names.at(i).compare(name, Qt::CaseInsensitive) == 0)
-                return i;
-        }
-        return -1;
-    };
+    const auto indexOf = [&names](const QString &name) { return indexIgnoringCase(names, name); };
     const int idIndex = indexOf(IdColumn);
     if (idIndex < 0)
         return;
@@ -1004,13 +1008,7 @@ void DbConnection::readValuesById(const QString &table, const QString &column,
     // The select by id names RINTEGERFORMAT_Id and then matches on the first
     // column, so a row counts only when both agree.
     // Column names match as SQLite matches them, ignoring case.
-    auto indexOf = [&names](const QString &name) {
-        for (int i = 0; i < names.size(); ++i) {
-            if (names.at(i).compare(name, Qt::CaseInsensitive) == 0)
-                return i;
-        }
-        return -1;
-    };
+    const auto indexOf = [&names](const QString &name) { return indexIgnoringCase(names, name); };
     const int idIndex = indexOf(IdColumn);
     if (idIndex < 0)
         return;
