@@ -87,18 +87,36 @@ inputDataForm::inputDataForm(QWidget *parent) : QWidget(parent), ui(new Ui::inpu
     Accessibility::nameControls(this);
 }
 
-// Every connection of the editor is made here: those of the form's controls
-// when the editor is built, and that of the image dialog when it is made.
-void inputDataForm::connectParts(ImageBox *dialog)
+// Every connection of the editor is made here: those of the form's own
+// controls when the editor is built, and those of each part made later (the
+// image dialog, a control only some fields show) when it is made.
+void inputDataForm::connectParts(QObject *made)
 {
-    if (dialog) {
-        connect(dialog, &ImageBox::acceptedFile, this, &inputDataForm::setNewImage);
-        return;
+    if (!made) {
+        connect(ui->pbViewImage, &QPushButton::clicked, this, &inputDataForm::viewImageBox);
+        connect(ui->pbViewPdf, &QPushButton::clicked, this, &inputDataForm::addPdf);
+        connect(ui->leData, &QLineEdit::textChanged, this, &inputDataForm::activated);
+    } else if (made == imageDialog) {
+        connect(imageDialog, &ImageBox::acceptedFile, this, &inputDataForm::setNewImage);
+    } else if (made == cbData) {
+        connect(cbData, &QCheckBox::toggled, this, &inputDataForm::activated);
+    } else if (made == deData) {
+        connect(deData, &DateEdit::dateChanged, this, &inputDataForm::activated);
+    } else if (made == cboxData) {
+        connect(cboxData, QOverload<int>::of(&QComboBox::currentIndexChanged), this, &inputDataForm::cbActivated);
+    } else if (made == sbNum) {
+        connect(sbNum, QOverload<int>::of(&QSpinBox::valueChanged), this, &inputDataForm::activated);
+        connect(buttonFrame->findChild<QPushButton *>("pbMinus"), &QPushButton::clicked, this,
+                &inputDataForm::intMinus);
+        connect(buttonFrame->findChild<QPushButton *>("pbPlus"), &QPushButton::clicked, this,
+                &inputDataForm::intPlus);
+    } else if (made == compareFrame) {
+        connect(pbEqual, &QPushButton::pressed, this, &inputDataForm::activatedByButton);
+        connect(pbMajor, &QPushButton::pressed, this, &inputDataForm::activatedByButton);
+        connect(pbMinor, &QPushButton::pressed, this, &inputDataForm::activatedByButton);
+        // "!=" only selects its condition: the flag follows the first edit of the value.
+        connect(pbNoFilter, &QPushButton::pressed, this, &inputDataForm::deactivatedByButton);
     }
-    connect(ui->pbViewImage, &QPushButton::clicked, this, &inputDataForm::viewImageBox);
-    connect(ui->pbViewPdf, &QPushButton::clicked, this, &inputDataForm::addPdf);
-    connect(ui->leData, &QLineEdit::textChanged, this, &inputDataForm::activated);
-    // The controls made later are connected as they are made.
 }
 
 void inputDataForm::placeInRow(QWidget *control)
@@ -123,7 +141,7 @@ QCheckBox *inputDataForm::checkControl()
     if (!cbData) {
         cbData = new QCheckBox("CheckBox", this);
         cbData->setObjectName("cbData");
-        connect(cbData, &QCheckBox::toggled, this, &inputDataForm::activated);
+        connectParts(cbData);
         placeInRow(cbData);
     }
     return cbData;
@@ -137,7 +155,7 @@ DateEdit *inputDataForm::dateControl()
         deData->setMinimumWidth(140);
         deData->setMaximumWidth(200);
         deData->clearDate();
-        connect(deData, &DateEdit::dateChanged, this, &inputDataForm::activated);
+        connectParts(deData);
         placeInRow(deData);
     }
     return deData;
@@ -152,7 +170,7 @@ QComboBox *inputDataForm::comboControl()
         policy.setHorizontalStretch(1);
         cboxData->setSizePolicy(policy);
         WheelGuard::install(cboxData);
-        connect(cboxData, QOverload<int>::of(&QComboBox::currentIndexChanged), this, &inputDataForm::cbActivated);
+        connectParts(cboxData);
         placeInRow(cboxData);
     }
     return cboxData;
@@ -166,13 +184,11 @@ WholeNumberBox *inputDataForm::numberControl()
         sbNum->setMinimumWidth(140);
         sbNum->setMaximumWidth(200);
         WheelGuard::install(sbNum);
-        connect(sbNum, QOverload<int>::of(&QSpinBox::valueChanged), this, &inputDataForm::activated);
         buttonFrame = buttonRow(this, "buttonFrame");
         buttonFrame->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Preferred);
-        connect(rowButton(buttonFrame, "pbMinus", "-", 45, false), &QPushButton::clicked, this,
-                &inputDataForm::intMinus);
-        connect(rowButton(buttonFrame, "pbPlus", "+", 45, false), &QPushButton::clicked, this,
-                &inputDataForm::intPlus);
+        rowButton(buttonFrame, "pbMinus", "-", 45, false);
+        rowButton(buttonFrame, "pbPlus", "+", 45, false);
+        connectParts(sbNum);
         placeInRow(sbNum);
         placeInRow(buttonFrame);
     }
@@ -192,11 +208,7 @@ void inputDataForm::makeFilterButtons()
     pbMinor = rowButton(compareFrame, "pbMinor", "<", 32, true);
     pbDiff = rowButton(compareFrame, "pbDiff", "!=", 32, true);
     pbNoFilter = rowButton(compareFrame, "pbNoFilter", "X", 32, true);
-    connect(pbEqual, &QPushButton::pressed, this, &inputDataForm::activatedByButton);
-    connect(pbMajor, &QPushButton::pressed, this, &inputDataForm::activatedByButton);
-    connect(pbMinor, &QPushButton::pressed, this, &inputDataForm::activatedByButton);
-    // "!=" only selects its condition: the flag follows the first edit of the value.
-    connect(pbNoFilter, &QPushButton::pressed, this, &inputDataForm::deactivatedByButton);
+    connectParts(compareFrame);
     // The buttons take up the words chosen so far.
     const QString condition = conditionWord, connector = connectorWord;
     setCondition(condition);

@@ -130,7 +130,7 @@ public slots:
     void intMinus();
 
 private:
-    void connectParts(ImageBox *dialog);
+    void connectParts(QObject *made);
     QString shownState() const;
     void rememberShownState();
     // The controls only some fields show, made when first needed and put
