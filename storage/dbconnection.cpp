@@ -844,7 +844,21 @@ bool DbConnection::scanRows(const QString &statement, const QVariantList &values
     sqlite3 *connection = handle();
     sqlite3_stmt *query = nullptr;
     const QByteArray sql = statement.toUtf8();
-    if (!connection || sqlite3_prepare_v2(connection, sql.constData(), sql.size(), &query, nullptr) != SQLITE_OK) {
+    // Damage is told as the program's other reads tell it.
+    const auto noteDamageCode = [&](int code, const char *driverText) {
+        code &= 0xff;
+        if ((code == SQLITE_IOERR || code == SQLITE_CORRUPT || code == SQLITE_NOTADB) && !damagedTables.contains(table)) {
+            damagedTables.insert(table);
+            fail(QString::asprintf("ERRORE: La Tabella %s è danneggiata: non tutti i Record si possono leggere!\n%s %s",
+                                   u8(table).constData(), sqlite3_errmsg(connection),
+                                   u8(QCoreApplication::translate("QSQLiteResult", driverText)).constData()));
+        }
+    };
+    if (!connection)
+        return false;
+    const int prepared = sqlite3_prepare_v2(connection, sql.constData(), sql.size(), &query, nullptr);
+    if (prepared != SQLITE_OK) {
+        noteDamageCode(prepared, "Unable to execute statement");
         sqlite3_finalize(query);
         return false;
     }
@@ -866,14 +880,7 @@ bool DbConnection::scanRows(const QString &statement, const QVariantList &values
             return false;
         }
     }
-    const int code = step & 0xff;
-    // Told as the program's other reads tell it.
-    if ((code == SQLITE_IOERR || code == SQLITE_CORRUPT || code == SQLITE_NOTADB) && !damagedTables.contains(table)) {
-        damagedTables.insert(table);
-        fail(QString::asprintf("ERRORE: La Tabella %s è danneggiata: non tutti i Record si possono leggere!\n%s %s",
-                               u8(table).constData(), sqlite3_errmsg(connection),
-                               u8(QCoreApplication::translate("QSQLiteResult", "Unable to fetch row")).constData()));
-    }
+    noteDamageCode(step, "Unable to fetch row");
     sqlite3_finalize(query);
     return step == SQLITE_DONE;
 }
