@@ -1009,7 +1009,7 @@ bool DbConnection::idsOrderedBy(const QString &table, const QString &column, boo
 }
 
 void DbConnection::readValuesById(const QString &table, const QString &column,
-                                  const std::function<void(int, const QVariant &)> &value, bool shown)
+                                  const std::function<void(int, const QVariant &)> &value)
 {
     const QStringList names = getFieldNames(table);
     // The select by id names RINTEGERFORMAT_Id and then matches on the first
@@ -1029,14 +1029,7 @@ void DbConnection::readValuesById(const QString &table, const QString &column,
 
     QSqlQuery q(db);
     q.setForwardOnly(true);
-    QString statement = wholeTableSelect(table, wanted);
-    if (shown) {
-        // Only what a list shows of the values is read.
-        QStringList expressions;
-        for (const QString &name : wanted)
-            expressions << (name == wanted.last() && valueIndex >= 0 ? shownPart(name) : sqlName(name));
-        statement = scanSelect(table, expressions);
-    }
+    const QString statement = wholeTableSelect(table, wanted);
     if (!run(q, statement, scopeValues(table))) {
         noteDamage(q, table);
         return;

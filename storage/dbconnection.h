@@ -168,9 +168,8 @@ public:
     // For each row of table whose RINTEGERFORMAT_Id is not 0 and agrees with
     // its first column: value(id, value of column). The first row given for an
     // id holds what getRecordById(table, id) gives for that column.
-    // With shown, only the part of each value a list can show is read.
     void readValuesById(const QString &table, const QString &column,
-                        const std::function<void(int, const QVariant &)> &value, bool shown = false);
+                        const std::function<void(int, const QVariant &)> &value);
     // The record list's read, in the table's row order: for each row its id
     // (SQLite's row id for a table of another tool), the part of its list
     // column a list can show (ShownCharacters at most), and the values of
@@ -189,7 +188,7 @@ public:
         QVariant other;
         QVariant toVariant() const { return utf8 ? QVariant(QString::fromUtf8(utf8, bytes)) : other; }
     };
-    // readList with no tested columns, and readValuesById of the shown parts,
+    // readList with no tested columns, and readValuesById of the parts a list shows,
     // their values as read: a long list is read without making a variant
     // and a string for every row on the way.
     bool scanList(const QString &table, int offset, int limit, const std::function<bool(int, const RawValue &)> &row);
