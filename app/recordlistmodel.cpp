@@ -1,17 +1,55 @@
 #include "app/recordlistmodel.h"
 
+#include <QHashFunctions>
+
 #include <algorithm>
 
 namespace {
 const QString NoText = QStringLiteral("----");
+// Texts met lately, remembered by their hash (a power of two).
+constexpr int RecentSlots = 16384;
 
-bool isAscii(QStringView text)
+bool isAscii(const QString &text)
 {
     for (const QChar c : text) {
         if (c.unicode() >= 128)
             return false;
     }
     return true;
+}
+
+bool isAsciiUtf8(std::string_view text)
+{
+    for (const char c : text) {
+        if (uchar(c) >= 0x80)
+            return false;
+    }
+    return true;
+}
+
+QString toQString(std::string_view text)
+{
+    return QString::fromUtf8(text.data(), int(text.size()));
+}
+
+// Texts in the order strings compare them (by their UTF-16 code units), read
+// from UTF-8: byte order is the order of the characters, which differs from
+// it only where a character above U+FFFF (written with a surrogate pair,
+// D800-DFFF) meets one from U+E000 to U+FFFF.
+bool lessAsStrings(std::string_view a, std::string_view b)
+{
+    const size_t common = std::min(a.size(), b.size());
+    const size_t at = size_t(std::mismatch(a.begin(), a.begin() + common, b.begin()).first - a.begin());
+    if (at == common)
+        return a.size() < b.size();
+    size_t start = at;
+    while (start > 0 && (uchar(a[start]) & 0xC0) == 0x80)
+        --start;
+    const uchar leadA = uchar(a[start]), leadB = uchar(b[start]);
+    const bool pairA = leadA >= 0xF0, pairB = leadB >= 0xF0;
+    if (pairA != pairB && (pairA ? leadB : leadA) >= 0xEE)
+        return pairA;
+    return uchar(a[at]) < uchar(b[at]);
 }
 } // namespace
 
@@ -47,135 +85,97 @@ RecordListModel::RecordListModel(QObject *parent) : QAbstractListModel(parent)
 void RecordListModel::clear()
 {
     beginResetModel();
-    buffer = QString();
+    buffer = QByteArray();
     entries = QVector<Entry>();
-    cells = QVector<quint64>();
+    recent = QVector<quint64>();
     rowEntry = QVector<int>();
     rowId = QVector<int>();
     order = QVector<int>();
     position = QVector<int>();
-    entered = 0;
-    emptyEntry = literalDashes = -1;
-    textOfId = QHash<int, int>();
-    idsIndexed = false;
+    enteredRows = keptEnteredRows = 0;
+    shown = shownEntries = 0;
     ascending = true;
     namingNone.clear();
+    ++version;
     endResetModel();
 }
 
-QStringView RecordListModel::entryText(int entry) const
+int RecordListModel::addEntry(Utf8 text, bool enter)
 {
-    const Entry &e = entries.at(entry);
-    return QStringView(buffer).mid(e.offset, e.length);
-}
-
-int RecordListModel::findEntry(QStringView text, uint hash) const
-{
-    if (cells.isEmpty())
-        return -1;
-    const int mask = cells.size() - 1;
-    const quint64 *cell = cells.constData();
-    for (int at = int(hash) & mask;; at = (at + 1) & mask) {
-        const quint64 slot = cell[at];
-        if (slot == 0)
-            return -1;
-        const int entry = int(quint32(slot)) - 1;
-        if (quint32(slot >> 32) == hash && entryText(entry) == text)
-            return entry;
-    }
-}
-
-void RecordListModel::rehash(int capacity)
-{
-    const QVector<quint64> old = cells;
-    cells = QVector<quint64>(capacity, 0);
-    const int mask = capacity - 1;
-    quint64 *cell = cells.data();
-    for (const quint64 slot : old) {
-        if (slot == 0)
-            continue;
-        int at = int(quint32(slot >> 32)) & mask;
-        while (cell[at] != 0)
-            at = (at + 1) & mask;
-        cell[at] = slot;
-    }
-}
-
-int RecordListModel::addEntry(QStringView text, uint hash)
-{
-    if ((entries.size() + 1) * 2 > cells.size())
-        rehash(qMax(64, cells.size() * 2));
     Entry e;
     e.offset = buffer.size();
-    e.length = int(text.size());
+    e.length = uint(text.size());
+    e.entered = enter ? 1 : 0;
     buffer.append(text.data(), int(text.size()));
     entries.append(e);
-    const int mask = cells.size() - 1;
-    quint64 *cell = cells.data();
-    int at = int(hash) & mask;
-    while (cell[at] != 0)
-        at = (at + 1) & mask;
-    cell[at] = (quint64(hash) << 32) | quint32(entries.size());
     return entries.size() - 1;
 }
 
-void RecordListModel::append(const Batch &batch)
+void RecordListModel::append(const Batch &batch, bool show)
 {
     if (batch.size() == 0)
         return;
     const int first = rowEntry.size();
-    if (!sorted)
-        beginInsertRows(QModelIndex(), first, first + batch.size() - 1);
-    else
-        emit layoutAboutToBeChanged();
     if (rowEntry.capacity() < first + batch.size()) {
         const int room = qMax(first + batch.size(), first + first / 2);
         rowEntry.reserve(room);
         rowId.reserve(room);
     }
-    // The texts' hashes first, so that the table's cell of a row a few
-    // ahead is on its way from memory while this row is looked up.
-    constexpr int Ahead = 8;
-    QVector<uint> hashes(batch.size());
-    for (int i = 0; i < batch.size(); ++i)
-        hashes[i] = qHash(batch.text(i));
+    if (recent.isEmpty())
+        recent = QVector<quint64>(RecentSlots, 0);
+    quint64 *remembered = recent.data();
     for (int i = 0; i < batch.size(); ++i) {
-        if (i + Ahead < batch.size() && !cells.isEmpty())
-            __builtin_prefetch(cells.constData() + (int(hashes.at(i + Ahead)) & (cells.size() - 1)));
-        const QStringView text = batch.text(i);
-        const uint hash = hashes.at(i);
-        int entry = findEntry(text, hash);
+        const Utf8 text = batch.text(i);
+        const bool enter = batch.entered.at(i);
+        const uint hash = qHashBits(text.data(), text.size(), enter ? 1 : 0);
+        quint64 &slot = remembered[hash & (RecentSlots - 1)];
+        int entry = -1;
+        if (slot != 0 && quint32(slot >> 32) == hash) {
+            const int known = int(quint32(slot)) - 1;
+            if (bool(entries.at(known).entered) == enter && entryText(known) == text)
+                entry = known;
+        }
         if (entry < 0) {
-            entry = addEntry(text, hash);
-            if (text.isEmpty())
-                emptyEntry = entry;
-            else if (text == QStringView(NoText))
-                literalDashes = entry;
+            entry = addEntry(text, enter);
+            slot = (quint64(hash) << 32) | quint32(entry + 1);
         }
-        Entry &e = entries[entry];
-        const int row = rowEntry.size();
-        if (e.firstRow < 0)
-            e.firstRow = row;
-        if (batch.entered.at(i)) {
-            if (!e.entered)
-                ++entered;
-            e.entered = 1;
-            e.lastRow = row;
-        }
-        ascending = ascending && (rowId.isEmpty() || batch.ids.at(i) > rowId.last());
+        if (enter)
+            ++keptEnteredRows;
+        const int id = batch.ids.at(i);
+        ascending = ascending && (rowId.isEmpty() || id > rowId.last());
         rowEntry.append(entry);
-        rowId.append(batch.ids.at(i));
+        rowId.append(id);
     }
-    idsIndexed = false;
+    if (show || sorted)
+        publish();
+}
+
+void RecordListModel::publish()
+{
+    const int first = shown, last = rowEntry.size();
+    if (first == last)
+        return;
+    const auto take = [&] {
+        shown = last;
+        shownEntries = entries.size();
+        enteredRows = keptEnteredRows;
+        ++version;
+    };
     if (!sorted) {
+        beginInsertRows(QModelIndex(), first, last - 1);
+        take();
         endInsertRows();
         return;
     }
+    emit layoutAboutToBeChanged();
+    take();
     // The new rows, sorted among themselves, merged after equal older ones.
     const int old = order.size();
-    for (int row = first; row < rowEntry.size(); ++row)
+    for (int row = first; row < last; ++row)
         order.append(row);
-    const auto byText = [this](int a, int b) { return entryText(rowEntry.at(a)) < entryText(rowEntry.at(b)); };
+    const auto byText = [this](int a, int b) {
+        return rowEntry.at(a) != rowEntry.at(b) && lessAsStrings(entryText(rowEntry.at(a)), entryText(rowEntry.at(b)));
+    };
     std::stable_sort(order.begin() + old, order.end(), byText);
     std::inplace_merge(order.begin(), order.begin() + old, order.end(), byText);
     position.resize(order.size());
@@ -188,16 +188,18 @@ void RecordListModel::setSorted(bool on)
 {
     if (on == sorted)
         return;
+    publish();
     emit layoutAboutToBeChanged();
     sorted = on;
     order.clear();
     position.clear();
     if (sorted) {
-        order.resize(rowEntry.size());
+        order.resize(shown);
         for (int i = 0; i < order.size(); ++i)
             order[i] = i;
-        std::stable_sort(order.begin(), order.end(),
-                         [this](int a, int b) { return entryText(rowEntry.at(a)) < entryText(rowEntry.at(b)); });
+        std::stable_sort(order.begin(), order.end(), [this](int a, int b) {
+            return rowEntry.at(a) != rowEntry.at(b) && lessAsStrings(entryText(rowEntry.at(a)), entryText(rowEntry.at(b)));
+        });
         position.resize(order.size());
         for (int i = 0; i < order.size(); ++i)
             position[order.at(i)] = i;
@@ -212,12 +214,12 @@ int RecordListModel::displayRow(int arrival) const
 
 int RecordListModel::rowCount(const QModelIndex &parent) const
 {
-    return parent.isValid() ? 0 : rowEntry.size();
+    return parent.isValid() ? 0 : shown;
 }
 
 QVariant RecordListModel::data(const QModelIndex &index, int role) const
 {
-    if (!index.isValid() || index.row() >= rowEntry.size())
+    if (!index.isValid() || index.row() >= shown)
         return QVariant();
     if (role == Qt::DisplayRole)
         return textAt(index.row());
@@ -228,68 +230,89 @@ QVariant RecordListModel::data(const QModelIndex &index, int role) const
 
 int RecordListModel::idAt(int row) const
 {
-    return row >= 0 && row < rowId.size() ? rowId.at(arrivalRow(row)) : 0;
+    return row >= 0 && row < shown ? rowId.at(arrivalRow(row)) : 0;
 }
 
 QString RecordListModel::textAt(int row) const
 {
-    if (row < 0 || row >= rowEntry.size())
+    if (row < 0 || row >= shown)
         return QString();
-    const QStringView text = entryText(rowEntry.at(arrivalRow(row)));
-    return text.isEmpty() ? NoText : text.toString();
+    const Utf8 text = entryText(rowEntry.at(arrivalRow(row)));
+    return text.empty() ? NoText : toQString(text);
+}
+
+int RecordListModel::lastEnteredRow(Utf8 text, int from) const
+{
+    int differs = -1; // an entry known not to hold the text: rows repeat entries
+    for (int row = shown - 1; row >= from; --row) {
+        const int entry = rowEntry.at(row);
+        if (entry == differs)
+            continue;
+        const Entry &e = entries.at(entry);
+        if (e.entered && e.length == text.size() && entryText(entry) == text)
+            return row;
+        differs = entry;
+    }
+    return -1;
+}
+
+int RecordListModel::firstRowShowing(Utf8 text) const
+{
+    int differs = -1;
+    for (int row = 0; row < shown; ++row) {
+        const int entry = rowEntry.at(row);
+        if (entry == differs)
+            continue;
+        if (entries.at(entry).length == text.size() && entryText(entry) == text)
+            return row;
+        differs = entry;
+    }
+    return -1;
 }
 
 int RecordListModel::idOf(const QString &text)
 {
-    const int entry = findEntry(text, qHash(text));
-    if (entry >= 0 && entries.at(entry).entered)
-        return rowId.at(entries.at(entry).lastRow);
+    const QByteArray wanted = text.toUtf8();
+    if (askedVersion == version && askedText == wanted)
+        return askedId;
+    const int row = lastEnteredRow(Utf8(wanted.constData(), size_t(wanted.size())), 0);
+    if (row >= 0) {
+        askedText = wanted;
+        askedVersion = version;
+        askedId = rowId.at(row);
+        return askedId;
+    }
     if (!namingNone.contains(text))
         namingNone << text;
     return 0;
 }
 
-void RecordListModel::indexIds() const
-{
-    // The least text naming each id: an entry names the id of its last row.
-    textOfId.clear();
-    textOfId.reserve(entered);
-    for (int i = 0; i < entries.size(); ++i) {
-        const Entry &e = entries.at(i);
-        if (!e.entered)
-            continue;
-        const int id = rowId.at(e.lastRow);
-        const auto known = textOfId.find(id);
-        if (known == textOfId.end())
-            textOfId.insert(id, i);
-        else if (entryText(i) < entryText(known.value()))
-            known.value() = i;
-    }
-    idsIndexed = true;
-}
-
-int RecordListModel::entryNaming(int id) const
-{
-    if (ascending) {
-        // Each id on one row: its text names it unless a later row took it.
-        const auto at = std::lower_bound(rowId.cbegin(), rowId.cend(), id);
-        if (at == rowId.cend() || *at != id)
-            return -1;
-        const int entry = rowEntry.at(int(at - rowId.cbegin()));
-        const Entry &e = entries.at(entry);
-        return e.entered && rowId.at(e.lastRow) == id ? entry : -1;
-    }
-    if (!idsIndexed)
-        indexIds();
-    return textOfId.value(id, -1);
-}
-
 bool RecordListModel::textOf(int id, QString *text) const
 {
-    const int entry = entryNaming(id);
-    bool found = entry >= 0;
-    if (found)
-        *text = entryText(entry).toString();
+    // The rows listing id: with ids that grow, the one found by bisection.
+    QVector<int> rows;
+    if (ascending) {
+        const auto end = rowId.cbegin() + shown;
+        const auto at = std::lower_bound(rowId.cbegin(), end, id);
+        if (at != end && *at == id)
+            rows << int(at - rowId.cbegin());
+    } else {
+        for (int row = 0; row < shown; ++row) {
+            if (rowId.at(row) == id)
+                rows << row;
+        }
+    }
+    // A row's text names id when no later row entered it.
+    bool found = false;
+    for (const int row : qAsConst(rows)) {
+        const int entry = rowEntry.at(row);
+        if (!entries.at(entry).entered || lastEnteredRow(entryText(entry), row + 1) >= 0)
+            continue;
+        const QString named = toQString(entryText(entry));
+        if (!found || named < *text)
+            *text = named;
+        found = true;
+    }
     if (id == 0) {
         for (const QString &none : namingNone) {
             if (!found || none < *text)
@@ -307,36 +330,79 @@ int RecordListModel::rowOf(int id) const
         return 0;
     // The first item showing that text: "----" is shown by the records
     // without text as well; the empty text of a lookup by no item.
-    const int entry = findEntry(text, qHash(text));
-    int row = entry >= 0 && !text.isEmpty() ? displayRow(entries.at(entry).firstRow) : -1;
-    if (text == NoText && emptyEntry >= 0 && entries.at(emptyEntry).firstRow >= 0) {
-        const int empty = displayRow(entries.at(emptyEntry).firstRow);
-        row = row < 0 ? empty : qMin(row, empty);
+    if (text.isEmpty())
+        return -1;
+    const QByteArray wanted = text.toUtf8();
+    const int arrival = firstRowShowing(Utf8(wanted.constData(), size_t(wanted.size())));
+    int row = arrival >= 0 ? displayRow(arrival) : -1;
+    if (text == NoText) {
+        const int empty = firstRowShowing(Utf8());
+        if (empty >= 0)
+            row = row < 0 ? displayRow(empty) : qMin(row, displayRow(empty));
     }
     return row;
+}
+
+int RecordListModel::countMapped() const
+{
+    // The distinct entered texts, gathered in a table made for the count.
+    int candidates = 0;
+    for (int entry = 0; entry < shownEntries; ++entry)
+        candidates += entries.at(entry).entered;
+    int capacity = 64;
+    while (capacity < 2 * candidates)
+        capacity *= 2;
+    QVector<int> table(capacity, -1);
+    const int mask = capacity - 1;
+    int count = 0;
+    for (int entry = 0; entry < shownEntries; ++entry) {
+        if (!entries.at(entry).entered)
+            continue;
+        const Utf8 text = entryText(entry);
+        int at = int(qHashBits(text.data(), text.size()) & uint(mask));
+        while (table.at(at) >= 0 && entryText(table.at(at)) != text)
+            at = (at + 1) & mask;
+        if (table.at(at) < 0) {
+            table[at] = entry;
+            ++count;
+        }
+    }
+    return count;
+}
+
+int RecordListModel::mapSize() const
+{
+    if (enteredRows == 0)
+        return namingNone.size();
+    if (mappedVersion != version) {
+        mapped = countMapped();
+        mappedVersion = version;
+    }
+    return mapped + namingNone.size();
 }
 
 QVector<int> RecordListModel::search(const QString &needle, int from) const
 {
     QVector<int> hits;
     const QString wanted = folded(needle);
+    const QByteArray wantedUtf8 = wanted.toUtf8();
+    const QLatin1String wantedAscii(wantedUtf8);
     const bool asciiNeedle = isAscii(wanted);
-    // Each distinct text is tested once.
+    // Each text kept is tested once.
     QVector<char> tested(entries.size(), 0); // 0 not yet, 1 no, 2 yes
-    const QString noText = folded(NoText);
-    const bool noTextMatches = noText.contains(wanted);
-    for (int row = qMax(0, from); row < rowEntry.size(); ++row) {
+    const bool noTextMatches = folded(NoText).contains(wanted);
+    for (int row = qMax(0, from); row < shown; ++row) {
         const int entry = rowEntry.at(arrivalRow(row));
         char &state = tested[entry];
         if (state == 0) {
-            const QStringView text = entryText(entry);
+            const Utf8 text = entryText(entry);
             bool match;
-            if (text.isEmpty())
+            if (text.empty())
                 match = noTextMatches;
-            else if (asciiNeedle && isAscii(text))
-                match = text.contains(wanted, Qt::CaseInsensitive);
+            else if (asciiNeedle && isAsciiUtf8(text))
+                match = QLatin1String(text.data(), int(text.size())).contains(wantedAscii, Qt::CaseInsensitive);
             else
-                match = folded(text.toString()).contains(wanted);
+                match = folded(toQString(text)).contains(wanted);
             state = match ? 2 : 1;
         }
         if (state == 2)
@@ -348,10 +414,12 @@ QVector<int> RecordListModel::search(const QString &needle, int from) const
 int RecordListModel::arrivalRowOfId(int id) const
 {
     if (ascending) {
-        const auto at = std::lower_bound(rowId.cbegin(), rowId.cend(), id);
-        return at != rowId.cend() && *at == id ? int(at - rowId.cbegin()) : -1;
+        const auto end = rowId.cbegin() + shown;
+        const auto at = std::lower_bound(rowId.cbegin(), end, id);
+        return at != end && *at == id ? int(at - rowId.cbegin()) : -1;
     }
-    return rowId.indexOf(id);
+    const int at = rowId.indexOf(id);
+    return at < shown ? at : -1;
 }
 
 void RecordListModel::reserve(int rows)

@@ -2,14 +2,15 @@
 #define RECORDLISTMODEL_H
 
 #include <QAbstractListModel>
-#include <QHash>
 #include <QString>
 #include <QStringList>
 #include <QVector>
 
+#include <string_view>
+
 // The record list of one table: one row per listed record, its text and its
-// id, kept compactly (each distinct text once, in one buffer), shown by a
-// view through this model. Rows come in batches, in the table's row order;
+// id, kept compactly (the texts as UTF-8 in one buffer, a text repeated from
+// row to row once), shown by a view through this model. Rows come in batches, in the table's row order;
 // sorted, they are shown by their texts (character codes, equal texts in
 // row order).
 //
@@ -33,57 +34,60 @@ public:
     explicit RecordListModel(QObject *parent = nullptr);
 
     // Rows on their way to the list, their texts (already in their shown
-    // form) one after the other in one string.
+    // form) one after the other in one buffer of UTF-8.
     struct Batch {
         QVector<int> ids;
-        QString texts;
+        QByteArray texts;
         QVector<int> ends;      // where each text ends in texts
         QVector<bool> entered;  // whether each text goes into the map
         int size() const { return ids.size(); }
         void add(int id, const QString &text, bool enter)
         {
-            ids.append(id);
-            texts += text;
-            ends.append(texts.size());
-            entered.append(enter);
+            const QByteArray utf8 = text.toUtf8();
+            append(id, utf8.constData(), utf8.size(), enter);
         }
-        // A text given as UTF-8, in its shown form already.
+        // A text given as UTF-8, in its shown form already. Bytes that are
+        // no UTF-8 are kept as a string made of them would show them.
         void addUtf8(int id, const char *utf8, int bytes, bool enter)
         {
-            ids.append(id);
             int i = 0;
             while (i < bytes && uchar(utf8[i]) < 0x80)
                 ++i;
-            if (i == bytes) {
-                const int at = texts.size();
-                texts.resize(at + bytes);
-                QChar *to = texts.data() + at;
-                for (int k = 0; k < bytes; ++k)
-                    to[k] = QLatin1Char(utf8[k]);
-            } else {
-                texts += QString::fromUtf8(utf8, bytes);
-            }
-            ends.append(texts.size());
-            entered.append(enter);
+            if (i == bytes)
+                append(id, utf8, bytes, enter);
+            else
+                add(id, QString::fromUtf8(utf8, bytes), enter);
         }
-        QStringView text(int i) const
+        std::string_view text(int i) const
         {
             const int start = i == 0 ? 0 : ends.at(i - 1);
-            return QStringView(texts).mid(start, ends.at(i) - start);
+            return std::string_view(texts.constData() + start, size_t(ends.at(i) - start));
+        }
+
+    private:
+        void append(int id, const char *utf8, int bytes, bool enter)
+        {
+            ids.append(id);
+            texts.append(utf8, bytes);
+            ends.append(texts.size());
+            entered.append(enter);
         }
     };
 
     void clear();
     // Room for rows rows, made once rather than grown step by step.
     void reserve(int rows);
-    void append(const Batch &batch);
+    // Rows read are shown at once, or kept out of sight until publish():
+    // the view lays its rows out anew whenever rows are added.
+    void append(const Batch &batch, bool show = true);
+    void publish();
     bool isSorted() const { return sorted; }
     void setSorted(bool on);
 
     int rowCount(const QModelIndex &parent = QModelIndex()) const override;
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
 
-    int size() const { return rowEntry.size(); }
+    int size() const { return shown; }
     int idAt(int row) const;
     // The text an item shows: "----" for an empty one.
     QString textAt(int row) const;
@@ -92,10 +96,13 @@ public:
     // code order that names id (false when none does), and how many texts
     // are entered.
     // A text that names no record is entered with 0, as a map does when a
-    // missing key is read.
+    // missing key is read. Each answer is looked for in the rows, which keep
+    // no index of their texts.
     int idOf(const QString &text);
     bool textOf(int id, QString *text) const;
-    int mapSize() const { return entered + namingNone.size(); }
+    int mapSize() const;
+    // Whether any text is entered (mapSize() > 0, without counting them).
+    bool mapsAny() const { return enteredRows > 0 || !namingNone.isEmpty(); }
     // The row of the first item showing the text that names id: 0 when id
     // has no text, -1 when no item shows its text.
     int rowOf(int id) const;
@@ -113,48 +120,53 @@ public:
     // display order, from row from on.
     QVector<int> search(const QString &needle, int from = 0) const;
 
-private:
-public:
-    // One distinct text: 16 bytes, moved as bytes when the table grows.
+    // One text, as it came: texts met again a few rows later are kept once.
     struct Entry {
         int offset = 0;  // in the text buffer
-        int length : 31;
+        uint length : 31;
         uint entered : 1;
-        int firstRow = -1; // rows in arrival order
-        int lastRow = -1;
         Entry() : length(0), entered(0) {}
     };
 
 private:
-    QStringView entryText(int entry) const;
-    int findEntry(QStringView text, uint hash) const;
-    int addEntry(QStringView text, uint hash);
-    void rehash(int capacity);
-    void sortOrder();
-    void indexIds() const;
-    // The entry of the least text naming id; -1 when none does.
-    int entryNaming(int id) const;
+    using Utf8 = std::string_view;
+    Utf8 entryText(int entry) const
+    {
+        const Entry &e = entries.at(entry);
+        return Utf8(buffer.constData() + e.offset, e.length);
+    }
+    int addEntry(Utf8 text, bool enter);
+    // The last row, at or after from, whose text is text and is entered; -1 when none.
+    int lastEnteredRow(Utf8 text, int from) const;
+    // The first arrival row showing text; -1 when none does.
+    int firstRowShowing(Utf8 text) const;
+    int countMapped() const;
 
-    QString buffer;             // every distinct text, one after the other
+    QByteArray buffer;          // the texts, UTF-8, one after the other
     QVector<Entry> entries;
-    // Open addressing: the text's hash above, entry + 1 below; 0 free. A
-    // probe compares hashes without reading the entry.
-    QVector<quint64> cells;
+    // The entries of texts met lately, by their hash: a text repeated from
+    // row to row (a looked-up value, a common name) is kept once.
+    QVector<quint64> recent;
     QVector<int> rowEntry;      // arrival row -> entry
     QVector<int> rowId;         // arrival row -> record id
     QVector<int> order;         // display row -> arrival row, when sorted
     QVector<int> position;      // arrival row -> display row, when sorted
     bool sorted = false;
-    int entered = 0;
-    int emptyEntry = -1;        // the entry of the empty text
-    int literalDashes = -1;     // the entry of a text that is "----" itself
-    // id -> entry of its least text, made when first asked for.
-    mutable QHash<int, int> textOfId;
-    mutable bool idsIndexed = false;
+    int shown = 0;              // rows shown: those kept beyond are not listed yet
+    int shownEntries = 0;       // the entries of the rows shown
+    int enteredRows = 0;        // of the rows shown
+    int keptEnteredRows = 0;
     QStringList namingNone;     // texts looked up that name no record: they name 0
     // Ids that only grow row by row (as the program hands them out) are each
     // on one row: found by bisection, with no index made.
     bool ascending = true;
+    // Grows with every change of the rows: what was worked out for them holds while it stays.
+    quint64 version = 0;
+    mutable quint64 mappedVersion = ~quint64(0);
+    mutable int mapped = 0;
+    QByteArray askedText;       // the last text idOf found, and the id it named
+    quint64 askedVersion = ~quint64(0);
+    int askedId = 0;
 };
 
 Q_DECLARE_TYPEINFO(RecordListModel::Entry, Q_PRIMITIVE_TYPE);

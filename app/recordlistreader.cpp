@@ -5,6 +5,8 @@
 
 #include <QHash>
 
+#include <climits>
+
 namespace {
 
 // Where a text read as UTF-8 ends as a list shows it: at its first line end.
@@ -40,6 +42,11 @@ int lookupId(const DbConnection::RawValue &value)
             id = id * 10 + (c - '0');
         }
         return id;
+    }
+    if (!value.utf8 && value.other.type() == QVariant::LongLong) {
+        // As its digits would read: an id out of range names none.
+        const qlonglong id = value.other.toLongLong();
+        return id >= INT_MIN && id <= INT_MAX ? int(id) : 0;
     }
     return value.toVariant().toInt();
 }

@@ -69,6 +69,7 @@ void Tessaro::stopLoading()
     loader->wait();
     delete loader;
     loader = nullptr;
+    loadPending.stop();
     loadProgress->hide();
 }
 
@@ -143,14 +144,15 @@ void Tessaro::loadList(const QString &table)
         return;
     }
 
-    // At start-up the load lets events through at once: the window is painted first.
-    lastProgressValue = -1;
-    if (constructing)
-        progressPump.invalidate();
-    reportProgress(0, count);
-    // A short load is over before a dialog could be read.
+    // A short load is over before a dialog could be read: it shows no
+    // progress and lets no events through (the window is painted once, after).
     const bool shown = count >= 5000;
     if (shown) {
+        // At start-up the load lets events through at once: the window is painted first.
+        lastProgressValue = -1;
+        if (constructing)
+            progressPump.invalidate();
+        reportProgress(0, count);
         progress->show();
         // At start-up the progress comes over the window just painted.
         if (constructing)
@@ -158,10 +160,11 @@ void Tessaro::loadList(const QString &table)
     }
     RecordListReader reader(*db, request);
     int read = 0;
-    reader.read([this, &read, count](RecordListModel::Batch &batch) {
+    reader.read([this, &read, count, shown](RecordListModel::Batch &batch) {
         read += batch.size();
         listModel->append(batch);
-        reportProgress(read, count);
+        if (shown)
+            reportProgress(read, count);
         return true;
     });
     if (listModel->size() == 0)
@@ -176,17 +179,28 @@ void Tessaro::takeLoadedRows()
 {
     if (!loader)
         return;
-    const int before = listModel->size();
     for (const RecordListModel::Batch &batch : loader->takeBatches())
-        listModel->append(batch);
+        listModel->append(batch, false);
+    // The list shows what came a few times a second, not at every batch:
+    // each time the view lays all its rows out anew, and paints the count and the bar.
+    if (loadShown.isValid() && loadShown.elapsed() < 200) {
+        if (!loadPending.isActive())
+            loadPending.start(int(200 - loadShown.elapsed()));
+        return;
+    }
+    showLoadedRows();
+}
+
+void Tessaro::showLoadedRows()
+{
+    loadPending.stop();
+    loadShown.start();
+    const int before = listModel->size();
+    listModel->publish();
     if (listModel->size() == before)
         return;
-    // The count and the bar are painted a few times a second, not at every batch.
-    if (!loadShown.isValid() || loadShown.elapsed() >= 200) {
-        loadShown.start();
-        showListCount(false);
-        loadProgress->setValue(qMin(loadTotal, listModel->size()));
-    }
+    showListCount(false);
+    loadProgress->setValue(qMin(loadTotal, listModel->size()));
     // A search typed early finds the hits that come later.
     if (searchText.size() >= 3)
         extendSearch(listModel->isSorted() ? 0 : before);
@@ -197,6 +211,7 @@ void Tessaro::finishLoading(bool complete)
     if (!loader)
         return;
     takeLoadedRows();
+    showLoadedRows();
     // A table cut short by damage is told once, as the window's own reads tell it.
     for (const QString &failure : loader->failures()) {
         if (!toldFailures.contains(failure)) {
@@ -274,7 +289,7 @@ void Tessaro::changeTable(const QString &table)
     changeToUsersPage();
     updateTableActions();
 
-    if (listModel->mapSize() == 0 && listModel->size() == 0) {
+    if (!listModel->mapsAny() && listModel->size() == 0) {
         searchHits.clear();
         clearRecordView();
         return;

@@ -44,6 +44,8 @@ Tessaro::Tessaro(QWidget *parent, const QString &startFile) : QMainWindow(parent
     setWindowTitle(WindowTitle);
 
     // Signal-to-slot connections, in the order of the menus and pages.
+    loadPending.setSingleShot(true);
+    connect(&loadPending, &QTimer::timeout, this, &Tessaro::showLoadedRows);
     connect(ui->actionOpen_Db, &QAction::triggered, this, &Tessaro::openDb);
     connect(ui->actionNew_Db, &QAction::triggered, this, &Tessaro::newDb);
     connect(ui->actionTable, &QAction::triggered, this, &Tessaro::newTable);
@@ -460,7 +462,7 @@ void Tessaro::refreshTableList(bool skipLockCheck)
             loadList(currentTable);
         setTableHeader(currentTable);
         const int row = ui->userListWidget->currentRow();
-        if (listModel->mapSize() > 0 && row >= 0) {
+        if (listModel->mapsAny() && row >= 0) {
             currentId = listModel->idOf(listModel->textAt(row));
             vwRecord(currentId);
         }

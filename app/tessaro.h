@@ -13,6 +13,7 @@
 #include <QElapsedTimer>
 #include <QIcon>
 #include <QMainWindow>
+#include <QTimer>
 #include <functional>
 #include <memory>
 
@@ -294,6 +295,7 @@ private:
     // Record list state (app/recordlistslots.cpp)
     void stopLoading();
     void takeLoadedRows();
+    void showLoadedRows();
     void finishLoading(bool complete);
     void showListCount(bool announce);
     void extendSearch(int from);
@@ -318,7 +320,8 @@ private:
     bool openingSubtable = false;      // goToSubTableRequest is making the subtable current
     QString subtableOwnerText;         // the owning record's text, in the title of its rows
     QList<outputDataForm *> outputWidgets;
-    QElapsedTimer loadShown; // when the load's progress was last painted
+    QElapsedTimer loadShown; // when the list last grew by what the worker read
+    QTimer loadPending;      // its next growth, when rows wait out of sight
     QString recordViewShape; // what outputWidgets were made for
     // The view of the table shown before, out of sight, and what it was made for.
     QList<outputDataForm *> parkedWidgets;

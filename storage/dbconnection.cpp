@@ -892,8 +892,13 @@ bool DbConnection::scanList(const QString &table, int offset, int limit,
     if (names.isEmpty())
         return false;
     const int first = firstDataColumn(table);
-    const QStringList expressions = {isBrowsedByRowId(table) ? QString("rowid") : sqlName(names.first()),
-                                     names.size() > first ? shownPart(names.at(first)) : QString("NULL")};
+    QString listed = names.size() > first ? shownPart(names.at(first)) : QString("NULL");
+    // A lookup's whole numbers are read as they are: the id, not its digits.
+    if (names.size() > first && ColumnName(names.at(first)).isLookup())
+        listed = QString::asprintf("CASE WHEN typeof(%s) = 'integer' THEN %s ELSE %s END",
+                                   u8(sqlName(names.at(first))).constData(), u8(sqlName(names.at(first))).constData(),
+                                   u8(listed).constData());
+    const QStringList expressions = {isBrowsedByRowId(table) ? QString("rowid") : sqlName(names.first()), listed};
     QVariantList values = scopeValues(table);
     QString statement = scanSelect(table, expressions);
     if (limit >= 0 || offset > 0) {

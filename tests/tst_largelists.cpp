@@ -139,6 +139,32 @@ private slots:
         QCOMPARE(a, b);
     }
 
+    // Rows kept out of sight are neither listed nor found until shown; sorted,
+    // the texts (kept as UTF-8) come in the order strings compare them, signs
+    // beyond U+FFFF before those from U+E000 on.
+    void keptRowsAndSortOrder()
+    {
+        const QStringList texts = {QString::fromUtf8("\xef\xbc\xa1"), QString::fromUtf8("\xf0\x9f\x98\x80"), "b",
+                                   QString::fromUtf8("é"), "A", QString::fromUtf8("\xee\x80\x80"), "b"};
+        RecordListModel model;
+        RecordListModel::Batch batch;
+        for (int i = 0; i < texts.size(); ++i)
+            batch.add(i + 1, texts.at(i), true);
+        model.append(batch, false);
+        QCOMPARE(model.size(), 0);
+        QVERIFY(model.search("b").isEmpty());
+        model.publish();
+        QCOMPARE(model.search("b"), QVector<int>({2, 6}));
+        QCOMPARE(model.idOf("b"), 7);
+        QCOMPARE(model.mapSize(), 6);
+        model.setSorted(true);
+        QStringList expected = texts, shown;
+        std::sort(expected.begin(), expected.end());
+        for (int row = 0; row < model.size(); ++row)
+            shown << model.textAt(row);
+        QCOMPARE(shown, expected);
+    }
+
     // More than 50,000 records: the first ones at once, the rest read while
     // the window goes on; leaving the table stops the reading and lists
     // nothing of it; a search typed early finds what comes later, accents
