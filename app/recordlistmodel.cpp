@@ -7,7 +7,19 @@
 namespace {
 const QString NoText = QStringLiteral("----");
 // Texts met lately, remembered by their hash (a power of two).
-constexpr int RecentSlots = 16384;
+constexpr int RecentBits = 14;
+constexpr int RecentSlots = 1 << RecentBits;
+
+// A text's hash, and its place among 2^bits places: texts alike (numbered
+// names, say) have hashes alike, which the multiplication spreads.
+uint hashOf(std::string_view text, uint seed = 0)
+{
+    return qHashBits(text.data(), text.size(), seed);
+}
+int placeOf(uint hash, int bits)
+{
+    return int((hash * 0x9E3779B1u) >> (32 - bits));
+}
 
 bool isAscii(const QString &text)
 {
@@ -127,8 +139,8 @@ void RecordListModel::append(const Batch &batch, bool show)
     for (int i = 0; i < batch.size(); ++i) {
         const Utf8 text = batch.text(i);
         const bool enter = batch.entered.at(i);
-        const uint hash = qHashBits(text.data(), text.size(), enter ? 1 : 0);
-        quint64 &slot = remembered[hash & (RecentSlots - 1)];
+        const uint hash = hashOf(text, enter ? 1 : 0);
+        quint64 &slot = remembered[placeOf(hash, RecentBits)];
         int entry = -1;
         if (slot != 0 && quint32(slot >> 32) == hash) {
             const int known = int(quint32(slot)) - 1;
@@ -349,9 +361,10 @@ int RecordListModel::countMapped() const
     int candidates = 0;
     for (int entry = 0; entry < shownEntries; ++entry)
         candidates += entries.at(entry).entered;
-    int capacity = 64;
-    while (capacity < 2 * candidates)
-        capacity *= 2;
+    int bits = 6;
+    while ((1 << bits) < 2 * candidates)
+        ++bits;
+    const int capacity = 1 << bits;
     QVector<int> table(capacity, -1);
     const int mask = capacity - 1;
     int count = 0;
@@ -359,7 +372,7 @@ int RecordListModel::countMapped() const
         if (!entries.at(entry).entered)
             continue;
         const Utf8 text = entryText(entry);
-        int at = int(qHashBits(text.data(), text.size()) & uint(mask));
+        int at = placeOf(hashOf(text), bits);
         while (table.at(at) >= 0 && entryText(table.at(at)) != text)
             at = (at + 1) & mask;
         if (table.at(at) < 0) {
