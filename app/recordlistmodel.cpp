@@ -3,6 +3,11 @@
 #include <QHashFunctions>
 
 #include <algorithm>
+#include <vector>
+
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
 
 namespace {
 const QString NoText = QStringLiteral("----");
@@ -38,6 +43,44 @@ bool isAsciiUtf8(std::string_view text)
     }
     return true;
 }
+
+// A table of zeros made for one piece of work. On Linux a large one is
+// mapped in huge pages where the system allows: a page fault per 4 KB
+// of a table of many megabytes costs more than the work itself.
+template <typename T> class ZeroedTable
+{
+public:
+    explicit ZeroedTable(size_t count) : bytes(count * sizeof(T))
+    {
+#ifdef __linux__
+        if (bytes >= (size_t(4) << 20)) {
+            void *mapped = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+            if (mapped != MAP_FAILED) {
+                madvise(mapped, bytes, MADV_HUGEPAGE);
+                start = static_cast<T *>(mapped);
+                return;
+            }
+        }
+#endif
+        fallback.assign(count, T());
+        start = fallback.data();
+    }
+    ~ZeroedTable()
+    {
+#ifdef __linux__
+        if (fallback.empty() && start)
+            munmap(start, bytes);
+#endif
+    }
+    ZeroedTable(const ZeroedTable &) = delete;
+    ZeroedTable &operator=(const ZeroedTable &) = delete;
+    T *data() { return start; }
+
+private:
+    size_t bytes;
+    T *start = nullptr;
+    std::vector<T> fallback;
+};
 
 QString toQString(std::string_view text)
 {
@@ -357,27 +400,41 @@ int RecordListModel::rowOf(int id) const
 
 int RecordListModel::countMapped() const
 {
-    // The distinct entered texts, gathered in a table made for the count.
+    // The distinct entered texts, gathered in a table made for the count:
+    // each place holds a text's hash above its entry + 1 (0: free), so that
+    // a probe compares texts only when their hashes agree. The hash of a text
+    // a few ahead is worked out first, so that its place is on its way from
+    // memory when it is needed.
     int candidates = 0;
     for (int entry = 0; entry < shownEntries; ++entry)
         candidates += entries.at(entry).entered;
     int bits = 6;
     while ((1 << bits) < 2 * candidates)
         ++bits;
-    const int capacity = 1 << bits;
-    QVector<int> table(capacity, -1);
-    const int mask = capacity - 1;
+    const int mask = (1 << bits) - 1;
+    ZeroedTable<quint64> table(size_t(1) << bits);
+    quint64 *place = table.data();
+    constexpr int Ahead = 8;
+    uint ahead[Ahead] = {};
+    const auto hashAt = [this](int entry) { return entry < shownEntries ? hashOf(entryText(entry)) : 0u; };
+    for (int entry = 0; entry < Ahead; ++entry)
+        ahead[entry] = hashAt(entry);
     int count = 0;
     for (int entry = 0; entry < shownEntries; ++entry) {
+        const uint hash = ahead[entry % Ahead];
+        ahead[entry % Ahead] = hashAt(entry + Ahead);
+        __builtin_prefetch(place + placeOf(ahead[entry % Ahead], bits));
         if (!entries.at(entry).entered)
             continue;
-        const Utf8 text = entryText(entry);
-        int at = placeOf(hashOf(text), bits);
-        while (table.at(at) >= 0 && entryText(table.at(at)) != text)
-            at = (at + 1) & mask;
-        if (table.at(at) < 0) {
-            table[at] = entry;
-            ++count;
+        for (int at = placeOf(hash, bits);; at = (at + 1) & mask) {
+            const quint64 held = place[at];
+            if (held == 0) {
+                place[at] = (quint64(hash) << 32) | quint32(entry + 1);
+                ++count;
+                break;
+            }
+            if (quint32(held >> 32) == hash && entryText(int(quint32(held)) - 1) == entryText(entry))
+                break;
         }
     }
     return count;
