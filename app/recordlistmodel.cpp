@@ -228,15 +228,18 @@ void RecordListModel::publish()
     const int old = order.size();
     for (int row = first; row < last; ++row)
         order.append(row);
-    const auto byText = [this](int a, int b) {
-        return rowEntry.at(a) != rowEntry.at(b) && lessAsStrings(entryText(rowEntry.at(a)), entryText(rowEntry.at(b)));
-    };
+    const auto byText = [this](int a, int b) { return rowBefore(a, b); };
     std::stable_sort(order.begin() + old, order.end(), byText);
     std::inplace_merge(order.begin(), order.begin() + old, order.end(), byText);
     position.resize(order.size());
     for (int i = 0; i < order.size(); ++i)
         position[order.at(i)] = i;
     emit layoutChanged();
+}
+
+bool RecordListModel::rowBefore(int a, int b) const
+{
+    return rowEntry.at(a) != rowEntry.at(b) && lessAsStrings(entryText(rowEntry.at(a)), entryText(rowEntry.at(b)));
 }
 
 void RecordListModel::setSorted(bool on)
@@ -252,9 +255,7 @@ void RecordListModel::setSorted(bool on)
         order.resize(shown);
         for (int i = 0; i < order.size(); ++i)
             order[i] = i;
-        std::stable_sort(order.begin(), order.end(), [this](int a, int b) {
-            return rowEntry.at(a) != rowEntry.at(b) && lessAsStrings(entryText(rowEntry.at(a)), entryText(rowEntry.at(b)));
-        });
+        std::stable_sort(order.begin(), order.end(), [this](int a, int b) { return rowBefore(a, b); });
         position.resize(order.size());
         for (int i = 0; i < order.size(); ++i)
             position[order.at(i)] = i;

@@ -136,6 +136,8 @@ private:
         return Utf8(buffer.constData() + e.offset, e.length);
     }
     int addEntry(Utf8 text, bool enter);
+    // Whether arrival row a comes before b when sorted by their texts.
+    bool rowBefore(int a, int b) const;
     // The last row, at or after from, whose text is text and is entered; -1 when none.
     int lastEnteredRow(Utf8 text, int from) const;
     // The first arrival row showing text; -1 when none does.
