@@ -11,9 +11,8 @@
 
 namespace {
 const QString NoText = QStringLiteral("----");
-// Texts met lately, remembered by their hash (a power of two).
+// The most texts met lately that a list remembers by their hash: 2^RecentBits.
 constexpr int RecentBits = 14;
-constexpr int RecentSlots = 1 << RecentBits;
 
 // A text's hash, and its place among 2^bits places: texts alike (numbered
 // names, say) have hashes alike, which the multiplication spreads.
@@ -143,6 +142,7 @@ void RecordListModel::clear()
     buffer = QByteArray();
     entries = QVector<Entry>();
     recent = QVector<quint64>();
+    recentBits = 0;
     rowEntry = QVector<int>();
     rowId = QVector<int>();
     order = QVector<int>();
@@ -176,14 +176,21 @@ void RecordListModel::append(const Batch &batch, bool show)
         rowEntry.reserve(room);
         rowId.reserve(room);
     }
-    if (recent.isEmpty())
-        recent = QVector<quint64>(RecentSlots, 0);
+    // The table of texts met lately grows with the list, up to its most: a
+    // short list makes a small one.
+    int bits = qMax(recentBits, 6);
+    while (bits < RecentBits && (1 << bits) < rowEntry.size() + batch.size())
+        ++bits;
+    if (bits != recentBits) {
+        recent = QVector<quint64>(1 << bits, 0);
+        recentBits = bits;
+    }
     quint64 *remembered = recent.data();
     for (int i = 0; i < batch.size(); ++i) {
         const Utf8 text = batch.text(i);
         const bool enter = batch.entered.at(i);
         const uint hash = hashOf(text, enter ? 1 : 0);
-        quint64 &slot = remembered[placeOf(hash, RecentBits)];
+        quint64 &slot = remembered[placeOf(hash, recentBits)];
         int entry = -1;
         if (slot != 0 && quint32(slot >> 32) == hash) {
             const int known = int(quint32(slot)) - 1;

@@ -149,6 +149,7 @@ private:
     // The entries of texts met lately, by their hash: a text repeated from
     // row to row (a looked-up value, a common name) is kept once.
     QVector<quint64> recent;
+    int recentBits = 0;
     QVector<int> rowEntry;      // arrival row -> entry
     QVector<int> rowId;         // arrival row -> record id
     QVector<int> order;         // display row -> arrival row, when sorted
